@@ -1,0 +1,48 @@
+// The state behind a MatcherHandle: settings, working memory and events. It is
+// one block, so that a matcher is made whole or not at all, and no call
+// allocates for a comparison.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "engine/records.h"
+#include "platform/platform.h"
+#include "vxmkit.h"
+
+namespace vxm {
+
+// What one thread needs to compare a probe with candidates.
+struct WorkingSet {
+  MatchWorkspace probeWorkspace;
+  MatchWorkspace candidateWorkspace;
+  uint8_t probeAttribute;      // templateAttribute of the loaded probe
+  uint8_t candidateAttribute;  // and of the loaded candidate
+  MatchWorkspace reducedProbe;
+  MatchWorkspace reducedCandidate;
+  EngineContext engineContext;
+  MatchResult result;
+  // The tables in engineContext do not belong to the probe to be compared next.
+  bool probeNeedsPrepare;
+};
+
+struct EventDeleter {
+  void operator()(platform::Event* event) const { platform::DestroyEvent(event); }
+};
+using EventOwner = std::unique_ptr<platform::Event, EventDeleter>;
+
+}  // namespace vxm
+
+struct Matcher {
+  int templateType = TEMPLATE_NATIVE;
+  int securityLevel = 4;  // 1..7
+  bool fastMode = true;
+  bool retryTurnedProbe = false;
+
+  vxm::EventOwner abortEvent;        // set by VXM_AbortIdentify, reset by each pass
+  vxm::EventOwner workerStartEvent;  // releases the worker of a two-thread pass
+
+  vxm::WorkingSet caller = {};  // of the calling thread, in every call
+  vxm::WorkingSet worker = {};  // of the worker thread alone
+  vxm::MatchWorkspace spareWorkspace = {};  // the probe turned by 180 degrees
+};

@@ -1,0 +1,39 @@
+// One template in the engine's working form, whatever format it came in.
+//
+// Pixels count from the top-left corner of the orientation grid, x to the right
+// and y downwards. The grid is made of blocks of 16 x 16 pixels.
+#pragma once
+
+#include <cstdint>
+
+namespace vxm {
+
+constexpr int maxMinutiae = 200;
+constexpr int maxGridBlocks = 64;  // in each direction
+constexpr int blockSize = 16;      // pixels
+
+// Templates with fewer minutiae than this score 0 against anything.
+constexpr int minMinutiae = 4;
+
+// A block value v with (v & noRidge) == noRidge marks a block without ridges.
+constexpr int noRidge = 127;
+constexpr uint8_t background = 255;
+
+struct MatchWorkspace {
+  int32_t minutiaCount;  // 0..maxMinutiae
+  int16_t x[maxMinutiae];
+  int16_t y[maxMinutiae];
+  uint16_t angle[maxMinutiae];   // degrees 0..360, 360 means the same as 0
+  uint8_t quality[maxMinutiae];  // 0..127; 0 in standard records
+  uint8_t type[maxMinutiae];     // 0 ridge ending, 1 bifurcation; others only compared
+  uint8_t gridWidth;             // blocks
+  uint8_t gridHeight;
+  // [row][column]: ridge orientation in steps of 1.5 degrees, 0..119, or no
+  // ridge. Only gridHeight rows of gridWidth blocks mean anything.
+  uint8_t orientation[maxGridBlocks][maxGridBlocks];
+};
+
+// Copies what is in use: the minutiae counted and the grid within its size.
+void CopyWorkspace(MatchWorkspace& target, const MatchWorkspace& source);
+
+}  // namespace vxm
