@@ -8,6 +8,7 @@
 
 #include "engine/records.h"
 #include "platform/platform.h"
+#include "templates/standard_record.h"
 #include "vxmkit.h"
 
 namespace vxm {
@@ -42,7 +43,21 @@ struct Matcher {
   vxm::EventOwner abortEvent;        // set by VXM_AbortIdentify, reset by each pass
   vxm::EventOwner workerStartEvent;  // releases the worker of a two-thread pass
 
-  vxm::WorkingSet caller = {};  // of the calling thread, in every call
-  vxm::WorkingSet worker = {};  // of the worker thread alone
+  vxm::WorkingSet caller = {};              // of the calling thread, in every call
+  vxm::WorkingSet worker = {};              // of the worker thread alone
   vxm::MatchWorkspace spareWorkspace = {};  // the probe turned by 180 degrees
 };
+
+namespace vxm {
+
+// The one format that the matcher takes; a type that is none of the three
+// works as native.
+inline TemplateFormat ExpectedFormat(const Matcher& matcher) {
+  switch (matcher.templateType) {
+    case TEMPLATE_ISO19794_2: return TemplateFormat::iso;
+    case TEMPLATE_ANSI378: return TemplateFormat::ansi;
+    default: return TemplateFormat::native;
+  }
+}
+
+}  // namespace vxm

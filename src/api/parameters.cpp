@@ -42,9 +42,7 @@ int VXM_CALL VXM_SetParameter(MatcherHandle handle, int id, const int* value) {
       // The prepared tables may be those of the other form of the probe.
       handle->caller.probeNeedsPrepare = true;
       return VXM_OK;
-    case VXM_PARAM_SECURITY_LEVEL:
-      handle->securityLevel = std::clamp(*value, 1, 7);
-      return VXM_OK;
+    case VXM_PARAM_SECURITY_LEVEL: handle->securityLevel = std::clamp(*value, 1, 7); return VXM_OK;
     case VXM_PARAM_ISO_MODE:
       handle->templateType = *value != 0 ? TEMPLATE_ISO19794_2 : TEMPLATE_NATIVE;
       return VXM_OK;

@@ -1,16 +1,6 @@
 // Functions of the header that this version does not offer yet.
 #include "vxmkit.h"
 
-int VXM_CALL VXM_VerifyEx(MatcherHandle, const unsigned char*, int, const unsigned char*, int,
-                          float*, int*) {
-  return VXM_ERR_NOT_SUPPORTED;
-}
-int VXM_CALL VXM_Verify(MatcherHandle, const unsigned char*, int, const unsigned char*, int, int*) {
-  return VXM_ERR_NOT_SUPPORTED;
-}
-int VXM_CALL VXM_RotateTemplate(MatcherHandle, unsigned char*, int) {
-  return VXM_ERR_NOT_SUPPORTED;
-}
 int VXM_CALL VXM_Identify(MatcherHandle, const unsigned char*, int, const unsigned char* const*,
                           const int*, int, unsigned int, int*) {
   return VXM_ERR_NOT_SUPPORTED;
