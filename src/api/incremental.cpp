@@ -1,0 +1,66 @@
+// Identification one candidate at a time. Every format is compared and decided
+// as native here.
+#include "api/decision.h"
+#include "api/matcher.h"
+#include "identify/staged.h"
+#include "platform/process_lock.h"
+#include "templates/load.h"
+#include "templates/turn.h"
+
+namespace {
+
+bool Matches(Matcher& matcher, const vxm::MatchWorkspace& probe) {
+  vxm::WorkingSet& set = matcher.caller;
+  const int score = vxm::StagedCompareNative(probe, set.candidateWorkspace, set.engineContext,
+                                             set.result, set.probeNeedsPrepare, matcher.fastMode,
+                                             set.reducedProbe, set.reducedCandidate);
+  return score >= vxm::ThresholdAt(vxm::nativeThresholds, matcher.securityLevel);
+}
+
+// Upright and turned probe take turns in the context, so neither finds its own
+// tables there.
+bool MatchesEitherWay(Matcher& matcher) {
+  bool& needsPrepare = matcher.caller.probeNeedsPrepare;
+  needsPrepare = true;
+  bool matches = Matches(matcher, matcher.caller.probeWorkspace);
+  if (!matches) {
+    needsPrepare = true;
+    matches = Matches(matcher, matcher.spareWorkspace);
+  }
+  needsPrepare = true;
+  return matches;
+}
+
+}  // namespace
+
+int VXM_CALL VXM_IdentifyInit(MatcherHandle handle, const unsigned char* probe, int probeSize) {
+  if (handle == nullptr || probe == nullptr) return VXM_ERR_INVALID_PARAMETERS;
+  vxm::WorkingSet& set = handle->caller;
+  if (vxm::LoadTemplate(vxm::ExpectedFormat(*handle), probe, probeSize, set.probeWorkspace,
+                        set.probeAttribute) != vxm::LoadOutcome::loaded) {
+    return VXM_ERR_TEMPLATE_TYPE;
+  }
+  if (handle->retryTurnedProbe) vxm::TurnWorkspace(handle->spareWorkspace, set.probeWorkspace);
+  set.probeNeedsPrepare = true;
+  return VXM_OK;
+}
+
+int VXM_CALL VXM_IdentifyNext(MatcherHandle handle, const unsigned char* candidate,
+                              int candidateSize, int* matched) {
+  if (handle == nullptr || matched == nullptr) return VXM_ERR_INVALID_PARAMETERS;
+  if (candidate == nullptr) {
+    *matched = 0;
+    return VXM_OK;
+  }
+  const vxm::ProcessLock lock;
+  vxm::WorkingSet& set = handle->caller;
+  if (vxm::LoadTemplate(vxm::ExpectedFormat(*handle), candidate, candidateSize,
+                        set.candidateWorkspace,
+                        set.candidateAttribute) != vxm::LoadOutcome::loaded) {
+    return VXM_ERR_TEMPLATE_TYPE;
+  }
+  const bool matches =
+      handle->retryTurnedProbe ? MatchesEitherWay(*handle) : Matches(*handle, set.probeWorkspace);
+  *matched = matches ? 1 : 0;
+  return VXM_OK;
+}

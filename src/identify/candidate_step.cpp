@@ -1,0 +1,36 @@
+// The candidate step, the same for every one-to-many search.
+#include "identify/candidate_step.h"
+
+#include "api/decision.h"
+#include "identify/staged.h"
+#include "templates/load.h"
+
+namespace vxm {
+
+StepOutcome CompareCandidate(const Matcher& matcher, WorkingSet& set, const CandidateEntry& entry) {
+  const TemplateFormat format = ExpectedFormat(matcher);
+  const bool native = format == TemplateFormat::native;
+  switch (LoadTemplate(format, entry.templateData, entry.templateSize, set.candidateWorkspace,
+                       set.candidateAttribute)) {
+    case LoadOutcome::wrongFormat: return StepOutcome::wrongFormat;
+    case LoadOutcome::invalid: return StepOutcome::passedOver;
+    case LoadOutcome::loaded: break;
+  }
+  uint8_t attribute = 0;
+  if (!ReadAttribute(format, entry.templateData, entry.templateSize, attribute)) {
+    return StepOutcome::passedOver;
+  }
+  if (format == TemplateFormat::iso &&
+      (set.probeWorkspace.minutiaCount == 0 || set.candidateWorkspace.minutiaCount == 0)) {
+    return StepOutcome::nothingLeft;
+  }
+  const auto compare = native ? StagedCompareNative : StagedCompareStandard;
+  const int score =
+      compare(set.probeWorkspace, set.candidateWorkspace, set.engineContext, set.result,
+              set.probeNeedsPrepare, matcher.fastMode, set.reducedProbe, set.reducedCandidate);
+  const int threshold =
+      ThresholdAt(native ? nativeThresholds : standardThresholds, matcher.securityLevel);
+  return score >= threshold ? StepOutcome::match : StepOutcome::noMatch;
+}
+
+}  // namespace vxm

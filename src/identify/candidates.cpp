@@ -1,0 +1,84 @@
+// Ordering and copying candidates.
+//
+// Idea of the order: the attribute is one byte about the whole print, so mates
+// mostly have close ones, and a first-match search that starts with those ends
+// sooner.
+#include "identify/candidates.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+namespace vxm {
+namespace {
+
+constexpr uint8_t unknownKey = 255;
+
+uint8_t OrderKey(TemplateFormat format, uint8_t probeAttribute, const CandidateEntry& entry) {
+  uint8_t attribute = 0;
+  if (entry.templateData == nullptr ||
+      !ReadAttribute(format, entry.templateData, entry.templateSize, attribute)) {
+    return unknownKey;
+  }
+  return static_cast<uint8_t>(std::abs(attribute - probeAttribute));
+}
+
+int CopySize(int templateSize) { return std::clamp(templateSize, 0, maxCopySize); }
+
+}  // namespace
+
+bool ReadAttribute(TemplateFormat format, const uint8_t* bytes, int size, uint8_t& attribute) {
+  if (format != TemplateFormat::native) {
+    return ReadCandidateAttribute(LayoutOf(format), bytes, size, attribute);
+  }
+  constexpr int offset = 4;
+  if (size <= offset) return false;
+  attribute = bytes[offset];
+  return true;
+}
+
+bool BuildCandidateList(CandidateList& list, TemplateFormat format, uint8_t probeAttribute,
+                        const unsigned char* const* templates, const int* templateSizes,
+                        int templateCount) {
+  list.count = std::max(templateCount, 0);
+  list.entries.reset(new (std::nothrow) CandidateEntry[static_cast<size_t>(list.count)]);
+  if (list.entries == nullptr) return false;
+  for (int i = 0; i < list.count; i++) {
+    CandidateEntry& entry = list.entries[static_cast<size_t>(i)];
+    entry = {i, templates[i], 0, templateSizes[i]};
+    entry.orderKey = OrderKey(format, probeAttribute, entry);
+  }
+  std::sort(list.entries.get(), list.entries.get() + list.count,
+            [](const CandidateEntry& a, const CandidateEntry& b) {
+              return a.orderKey != b.orderKey ? a.orderKey < b.orderKey : a.index < b.index;
+            });
+  return true;
+}
+
+bool CopyCandidates(CandidateCopies& copies, const unsigned char* buffer, const int* templateSizes,
+                    int templateCount) {
+  const auto count = static_cast<size_t>(std::max(templateCount, 0));
+  size_t total = 0;
+  for (size_t i = 0; i < count; i++) {
+    const auto size = static_cast<size_t>(CopySize(templateSizes[i]));
+    if (size > SIZE_MAX - total) return false;  // a 32-bit host's memory ends here
+    total += size;
+  }
+  copies.bytes.reset(new (std::nothrow) uint8_t[total]);
+  copies.templates.reset(new (std::nothrow) const unsigned char*[count]);
+  copies.sizes.reset(new (std::nothrow) int[count]);
+  if (copies.bytes == nullptr || copies.templates == nullptr || copies.sizes == nullptr) {
+    return false;
+  }
+  uint8_t* target = copies.bytes.get();
+  for (size_t i = 0; i < count; i++) {
+    const int size = CopySize(templateSizes[i]);
+    copies.templates[i] = target;
+    copies.sizes[i] = size;
+    target = std::copy_n(buffer, size, target);
+    buffer += std::max(templateSizes[i], 0);
+  }
+  return true;
+}
+
+}  // namespace vxm

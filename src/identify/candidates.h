@@ -1,0 +1,45 @@
+// The candidates of one identification pass, in the order of the search.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "templates/standard_record.h"
+
+namespace vxm {
+
+struct CandidateEntry {
+  int32_t index;                // of the caller
+  const uint8_t* templateData;  // the caller's; may be null
+  uint8_t orderKey;             // difference of templateAttribute from the probe's
+  int32_t templateSize;
+};
+
+struct CandidateList {
+  std::unique_ptr<CandidateEntry[]> entries;
+  int count = 0;
+};
+
+// Lists the candidates by closeness of their templateAttribute to the probe's;
+// those equally close keep the caller's order. A count below 0 is none. False
+// when there is no memory.
+bool BuildCandidateList(CandidateList& list, TemplateFormat format, uint8_t probeAttribute,
+                        const unsigned char* const* templates, const int* templateSizes,
+                        int templateCount);
+
+// The attribute byte of a candidate's raw bytes; false when they are too short.
+bool ReadAttribute(TemplateFormat format, const uint8_t* bytes, int size, uint8_t& attribute);
+
+// Private copies of candidates that lie back to back in one buffer, each cut to
+// `maxCopySize` bytes.
+struct CandidateCopies {
+  std::unique_ptr<uint8_t[]> bytes;
+  std::unique_ptr<const unsigned char*[]> templates;
+  std::unique_ptr<int[]> sizes;
+};
+constexpr int maxCopySize = 1024;
+
+bool CopyCandidates(CandidateCopies& copies, const unsigned char* buffer, const int* templateSizes,
+                    int templateCount);
+
+}  // namespace vxm
