@@ -1,0 +1,11 @@
+// The subcommands. Each adds its arguments to the program and, when chosen,
+// runs and leaves its exit code.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+void AddVerify(CLI::App& program, int& exitCode);
+void AddInfo(CLI::App& program, int& exitCode);
+void AddSynth(CLI::App& program, int& exitCode);
+void AddRotate(CLI::App& program, int& exitCode);
+void AddIdentify(CLI::App& program, int& exitCode);

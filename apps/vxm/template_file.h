@@ -1,0 +1,20 @@
+// A template read from a file that the library will take.
+#pragma once
+
+#include "inspect.h"
+
+struct TemplateFile {
+  Path path;
+  Bytes bytes;
+  Inspection inspection;
+
+  int Size() const { return static_cast<int>(bytes.size()); }
+};
+
+// Why the bytes are no template; speaks of them as what they are read as.
+std::string FaultText(const Inspection& inspection);
+
+TemplateFile LoadTemplateFile(const Path& path);
+
+// Fails when the two are of different formats.
+void RequireSameFormat(const TemplateFile& a, const TemplateFile& b);

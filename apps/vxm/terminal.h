@@ -1,0 +1,4 @@
+// Whether somebody is watching.
+#pragma once
+
+bool ErrorsGoToTerminal();
