@@ -48,8 +48,10 @@ int Rotate(const RotateOptions& options) {
   WriteFile(options.output, buffer);
   const int left = Inspect(buffer).minutiae;
   if (left < file.inspection.minutiae) {
-    std::fprintf(stderr, "vxm: %s: %d of %d minutiae lie outside the image and are left out\n",
-                 options.input.c_str(), file.inspection.minutiae - left, file.inspection.minutiae);
+    std::fprintf(stderr,
+                 "vxm: warning: %s holds %d of %d minutiae: the others lie on or outside the "
+                 "image's edge or are more than a turned record takes\n",
+                 options.output.c_str(), left, file.inspection.minutiae);
   }
   return ExitCode::success;
 }

@@ -1,0 +1,200 @@
+"""The program vxm from outside: exit codes, messages, JSON and made files.
+
+Run as: test_vxm.py [EMULATOR] VXM
+"""
+import hashlib
+import json
+import os
+import signal
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+program: list[str] = []
+
+# Over all bytes that `makings` gives; the same on every system.
+DIGEST = "d423ea8e3eb7ee356886b9c13057776c630ab7312952b3603c0c7d320011a195"
+
+
+def run(*arguments: object) -> subprocess.CompletedProcess[str]:
+    command = program + [str(a) for a in arguments]
+    return subprocess.run(command, capture_output=True, text=True, timeout=120)
+
+
+class Vxm(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls) -> None:
+        cls.holder = tempfile.TemporaryDirectory()
+        cls.folder = Path(cls.holder.name)
+        cls.make("made", "--fingers", 12, "--impressions", 2, "--format", "all", "--seed", 5)
+        native = cls.file("001_1.vxt").read_bytes()
+        ansi = cls.file("001_1.ansi").read_bytes()
+        iso = cls.file("001_1.iso").read_bytes()
+        for name, data in {
+            "empty": b"",
+            "text": b"Not a template at all.\n",
+            "cut.vxt": native[:-1],
+            "none.vxt": native[:1] + b"\0" + native[2:],
+            "few.vxt": bytes([0x45, 1, 0x81, 1, 9, 0, 86, 88, 1, 0, 0, 0, 50, 7]),
+            "outside.vxt": bytes([0x45, 1, 0x81, 1, 9, 0, 86, 88, 8, 0, 0, 0, 50, 7]),
+            "cut.iso": iso[:-1],
+            "cut.ansi": ansi[:60],
+            "many.ansi": ansi[:29] + b"\xc9" + ansi[30:] + bytes(1300),
+            "long.vxt": native + b"more",
+            "bare.iso": iso[:11] + bytes([iso[11] - 5]) + iso[12:-7] + b"\0\0",
+        }.items():
+            (cls.folder / name).write_bytes(data)
+
+    @classmethod
+    def tearDownClass(cls) -> None:
+        cls.holder.cleanup()
+
+    @classmethod
+    def make(cls, name: str, *arguments: object) -> Path:
+        made = run("synth", cls.folder / name, *arguments)
+        assert made.returncode == 0, made.stderr
+        return cls.folder / name
+
+    @classmethod
+    def file(cls, name: str) -> Path:
+        made = cls.folder / "made" / name
+        return made if made.exists() else cls.folder / name
+
+    def expect(self, code: int, out: str, err: str, *arguments: object) -> None:
+        with self.subTest(arguments=[str(a) for a in arguments]):
+            done = run(*arguments)
+            self.assertEqual((done.returncode, done.stderr if err == "" else ""), (code, ""))
+            self.assertIn(out, done.stdout)
+            self.assertIn(err, done.stderr)
+
+    def test_verify(self) -> None:
+        f = self.file
+        for kind in "vxt", "iso", "ansi":
+            self.expect(0, "match, score 0.", "", "verify", f(f"003_1.{kind}"), f(f"003_2.{kind}"))
+            self.expect(1, "no match, score 0.0", "", "verify", f(f"003_1.{kind}"), f(f"004_2.{kind}"))
+        good = f("001_1.vxt")
+        self.expect(1, "no match, score 0.0000", "", "verify", f("few.vxt"), good)
+        for first, second, message in [
+            (good, "nowhere", "nowhere: no such file"),
+            (self.folder, good, "is a folder"),
+            (good, f("empty"), "empty: is empty"),
+            (f("text"), good, "text: not a template"),
+            (good, f("cut.vxt"), "cut.vxt: not a template"),
+            (good, f("001_1.iso"), "001_1.vxt is native, "),
+            (f("001_1.ansi"), f("001_1.iso"), "001_1.ansi is ANSI 378, "),
+        ]:
+            self.expect(2, "", message, "verify", first, second)
+        self.expect(2, "", "not in range 1 to 7", "verify", good, good, "--level", 8)
+        report = json.loads(run("verify", good, good, "--level", 7, "--json").stdout)
+        self.assertTrue(report["match"] and 0.064 <= report["score"] <= 0.9999, report)
+        self.assertEqual((report["level"], report["format"]), (7, "native"))
+
+    def test_info(self) -> None:
+        f = self.file
+        self.expect(0, "native", "", "info", f("001_1.vxt"), f("long.vxt"))
+        self.expect(0, "image 288 x 352 pixels", "", "info", f("001_1.iso"), f("bare.iso"))
+        self.expect(0, "too few minutiae", "", "info", f("few.vxt"))
+        for name, message in [
+            ("cut.vxt", "bytes where"),
+            ("none.vxt", "minutia count 0"),
+            ("outside.vxt", "minutia 1 at (32, 0) lies outside"),
+            ("cut.iso", "damaged ISO 19794-2 record"),
+            ("cut.ansi", "damaged ANSI 378 record"),
+            ("many.ansi", "minutia count 201"),
+        ]:
+            self.expect(2, "", message, "info", f(name))
+        done = run("info", "--json", f("few.vxt"), f("text"), f("001_1.ansi"))
+        few, text, ansi = json.loads(done.stdout)
+        self.assertEqual(done.returncode, 2)
+        self.assertEqual(
+            {k: v for k, v in few.items() if k != "file"},
+            {"valid": True, "format": "native", "size": 14, "minutiae": 1, "gridWidth": 1,
+             "gridHeight": 1, "attribute": 9, "matchable": False, "form": "full records, byte map"})
+        self.assertFalse(text["valid"])
+        self.assertEqual((ansi["imageWidth"], ansi["imageHeight"]), (288, 352))
+
+    def test_rotate(self) -> None:
+        turned = self.folder / "turned"
+        for name in "001_1.vxt", "001_1.iso", "001_1.ansi", "long.vxt", "bare.iso":
+            source = self.file(name)
+            mate = self.file("001_2" + source.suffix)
+            self.expect(0, "", "", "rotate", source, turned)
+            self.expect(1, "no match", "", "verify", turned, mate)
+            self.expect(0, "match", "", "verify", turned, mate, "--retry-turned")
+            self.expect(0, "", "", "rotate", turned, turned)
+            self.expect(0, "match", "", "verify", turned, mate)
+        # Turned twice a native template differs at most in how it writes angle 0.
+        run("rotate", self.file("long.vxt"), turned)
+        self.assertEqual(turned.stat().st_size, self.file("001_1.vxt").stat().st_size)
+        self.expect(2, "", "text: not a template", "rotate", self.file("text"), turned)
+        self.expect(2, "", "cannot be written", "rotate", self.file("001_1.vxt"), "no/such/place")
+
+    def test_identify(self) -> None:
+        probe, made = self.file("007_1.vxt"), self.folder / "made"
+        gallery = self.folder / "gallery"
+        gallery.mkdir()
+        for source in made.glob("*_2.vxt"):
+            (gallery / source.name).write_bytes(source.read_bytes())
+        (gallery / "zz.txt").write_bytes(b"notes")
+        for options in [], ["--threads", 2], ["--normal-mode"], ["--timeout", 60000]:
+            self.expect(0, "007_2.vxt, index 6 of 12", "skipped 1 files", "identify", probe,
+                        gallery, *options)
+        run("rotate", probe, self.folder / "upside.vxt")
+        self.expect(1, "no match: 12", "", "identify", self.folder / "upside.vxt",
+                    *gallery.glob("*.vxt"))
+        self.expect(0, "007_2", "", "identify", self.folder / "upside.vxt",
+                    *gallery.glob("*.vxt"), "--retry-turned")
+        self.expect(2, "", "001_1.ansi is ANSI 378", "identify", probe, made)
+        self.expect(2, "", "nowhere: no such file", "identify", probe, gallery, "nowhere")
+        (gallery / "007_2.vxt").unlink()
+        done = run("identify", probe, gallery, "--json")
+        report = json.loads(done.stdout)
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual((report["result"], report["file"], report["index"]), ("no match", None, -1))
+        self.assertEqual((report["candidates"], report["skipped"]), (11, 1))
+        self.assertGreater(report["candidatesPerSecond"], 0)
+
+    @unittest.skipUnless(hasattr(os, "mkfifo"), "needs named pipes")
+    def test_interrupt(self) -> None:
+        if len(program) > 1:
+            self.skipTest("signals do not pass the emulator")
+        pipe = self.folder / "pipe"
+        os.mkfifo(pipe)
+        search = subprocess.Popen(program + ["identify", str(pipe), str(self.folder / "made")],
+                                  stdout=subprocess.PIPE, text=True)
+        with open(pipe, "wb") as probe:  # waits until the program has come to reading it
+            search.send_signal(signal.SIGINT)
+            probe.write(self.file("001_1.vxt").read_bytes())
+        out, _ = search.communicate(timeout=60)
+        self.assertEqual((search.returncode, out[:7]), (3, "aborted"))
+
+    def test_made_fingers_behave_as_fingers(self) -> None:
+        for name, options in {"plain": [], "tilted": ["--rotation", 30, "--max-rotation", 0]}.items():
+            self.make(name, "--fingers", 12, "--impressions", 2, "--seed", 5, "--format", "all",
+                      *options)
+        for kind in "vxt", "iso":
+            for mates in "plain", "tilted":
+                genuine = [run("verify", self.folder / "plain" / f"{i:03}_1.{kind}",
+                               self.folder / mates / f"{i:03}_2.{kind}").returncode
+                           for i in range(1, 13)]
+                self.assertLessEqual(sum(genuine), 2, (kind, mates, genuine))
+
+    def test_made_bytes(self) -> None:
+        makings = [["--format", "all"], ["--form", "full-codes", "--turned"],
+                   ["--form", "short-codes", "--rotation", -77], ["--form", "short-bytes", "--area", 50]]
+        digest = hashlib.sha256()
+        for number, making in enumerate(makings):
+            folder = self.make(f"digest{number}", "--fingers", 40, "--seed", 18446744073709551615,
+                               *making)
+            for path in sorted(folder.iterdir()):
+                digest.update(path.name.encode() + path.read_bytes())
+        self.assertEqual(digest.hexdigest(), DIGEST)
+        self.expect(2, "", "cannot be made", "synth", self.file("001_1.vxt"))
+        self.expect(2, "", "not in range", "synth", self.folder / "x", "--fingers", 0)
+
+
+if __name__ == "__main__":
+    program = sys.argv[1:]
+    unittest.main(argv=sys.argv[:1])
