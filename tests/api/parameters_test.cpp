@@ -1,0 +1,133 @@
+// Reading and changing a matcher's settings.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+#include <string>
+
+#include "support/matcher_fixture.h"
+
+namespace {
+
+using ParametersTest = MatcherTest;
+
+constexpr int allIds[] = {VXM_PARAM_VERSION,        VXM_PARAM_COPYRIGHT, VXM_PARAM_FAST_MODE,
+                          VXM_PARAM_SECURITY_LEVEL, VXM_PARAM_ISO_MODE,  VXM_PARAM_RETRY_TURNED};
+
+TEST_F(ParametersTest, ValuesAreNormalizedWhenSet) {
+  const struct {
+    int id, set, stored;
+  } cases[] = {
+      {VXM_PARAM_FAST_MODE, 0, 0},
+      {VXM_PARAM_FAST_MODE, 5, 1},
+      {VXM_PARAM_FAST_MODE, INT_MIN, 1},
+      {VXM_PARAM_RETRY_TURNED, -1, 1},
+      {VXM_PARAM_RETRY_TURNED, 0, 0},
+      {VXM_PARAM_RETRY_TURNED, 256, 1},
+      {VXM_PARAM_ISO_MODE, -7, 1},
+      {VXM_PARAM_ISO_MODE, 0, 0},
+      {VXM_PARAM_SECURITY_LEVEL, INT_MIN, 1},
+      {VXM_PARAM_SECURITY_LEVEL, 0, 1},
+      {VXM_PARAM_SECURITY_LEVEL, 1, 1},
+      {VXM_PARAM_SECURITY_LEVEL, 3, 3},
+      {VXM_PARAM_SECURITY_LEVEL, 7, 7},
+      {VXM_PARAM_SECURITY_LEVEL, 8, 7},
+      {VXM_PARAM_SECURITY_LEVEL, INT_MAX, 7},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << "parameter " << c.id << " set to " << c.set);
+    int value = -1;
+    EXPECT_EQ(VXM_SetParameter(matcher, c.id, &c.set), VXM_OK);
+    EXPECT_EQ(VXM_GetParameter(matcher, c.id, &value), VXM_OK);
+    EXPECT_EQ(value, c.stored);
+  }
+}
+
+TEST_F(ParametersTest, TextsAreWrittenWithinTheirSize) {
+  const struct {
+    int id;
+    size_t length;
+    std::string begin;
+  } cases[] = {
+      {VXM_PARAM_VERSION, 22, "VXMKIT_v3.7.0_r1777(m)"},
+      {VXM_PARAM_COPYRIGHT, 31, "Copyright "},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.begin);
+    char text[VXM_PARAMETER_TEXT_SIZE + 1];
+    std::memset(text, '#', sizeof(text));
+    EXPECT_EQ(VXM_GetParameter(matcher, c.id, text), VXM_OK);
+    EXPECT_EQ(text[VXM_PARAMETER_TEXT_SIZE], '#');
+    text[VXM_PARAMETER_TEXT_SIZE] = '\0';
+    EXPECT_EQ(std::string(text).substr(0, c.begin.size()), c.begin);
+    EXPECT_EQ(std::strlen(text), c.length);
+    EXPECT_EQ(std::strpbrk(text, "\r\n"), nullptr);
+  }
+}
+
+TEST_F(ParametersTest, OtherIdsAreUnknownAndWriteNothing) {
+  for (const int id : {0, -1, 1, 209, 212, 300, 303, 310, 312, 320, 322, INT_MIN, INT_MAX}) {
+    SCOPED_TRACE(id);
+    char buffer[VXM_PARAMETER_TEXT_SIZE];
+    char untouched[sizeof(buffer)];
+    std::memset(buffer, '#', sizeof(buffer));
+    std::memset(untouched, '#', sizeof(untouched));
+    const int value = 1;
+    EXPECT_EQ(VXM_GetParameter(matcher, id, buffer), VXM_ERROR);
+    EXPECT_EQ(std::memcmp(buffer, untouched, sizeof(buffer)), 0);
+    EXPECT_EQ(VXM_SetParameter(matcher, id, &value), VXM_ERROR);
+  }
+}
+
+TEST_F(ParametersTest, TextsCannotBeSet) {
+  const int value = 1;
+  EXPECT_EQ(VXM_SetParameter(matcher, VXM_PARAM_VERSION, &value), VXM_ERROR);
+  EXPECT_EQ(VXM_SetParameter(matcher, VXM_PARAM_COPYRIGHT, &value), VXM_ERROR);
+}
+
+// The ISO mode and the template type are two views of one choice.
+TEST_F(ParametersTest, IsoModeAndTemplateTypeStayInStep) {
+  constexpr int keep = -1;
+  const struct {
+    int setType, setIso, type, iso;
+  } steps[] = {
+      {keep, 1, TEMPLATE_ISO19794_2, 1},
+      {TEMPLATE_ANSI378, keep, TEMPLATE_ANSI378, 0},
+      {keep, 0, TEMPLATE_NATIVE, 0},  // never back to ANSI
+      {TEMPLATE_ISO19794_2, keep, TEMPLATE_ISO19794_2, 1},
+      {1234, keep, 1234, 0},
+      {keep, 0, TEMPLATE_NATIVE, 0},
+  };
+  for (const auto& step : steps) {
+    SCOPED_TRACE(testing::Message() << "type " << step.setType << ", ISO mode " << step.setIso);
+    if (step.setType != keep) {
+      EXPECT_EQ(VXM_SetTemplateType(matcher, step.setType), VXM_OK);
+    }
+    if (step.setIso != keep) {
+      EXPECT_EQ(VXM_SetParameter(matcher, VXM_PARAM_ISO_MODE, &step.setIso), VXM_OK);
+    }
+    int type = 0;
+    int iso = -1;
+    EXPECT_EQ(VXM_GetTemplateType(matcher, &type), VXM_OK);
+    EXPECT_EQ(VXM_GetParameter(matcher, VXM_PARAM_ISO_MODE, &iso), VXM_OK);
+    EXPECT_EQ(type, step.type);
+    EXPECT_EQ(iso, step.iso);
+  }
+}
+
+TEST_F(ParametersTest, NullIsRefused) {
+  int value = 1;
+  for (const int id : allIds) {
+    SCOPED_TRACE(id);
+    EXPECT_EQ(VXM_GetParameter(nullptr, id, &value), VXM_ERR_INVALID_PARAMETERS);
+    EXPECT_EQ(VXM_SetParameter(nullptr, id, &value), VXM_ERR_INVALID_PARAMETERS);
+    EXPECT_EQ(VXM_GetParameter(matcher, id, nullptr), VXM_ERR_INVALID_PARAMETERS);
+    EXPECT_EQ(VXM_SetParameter(matcher, id, nullptr), VXM_ERR_INVALID_PARAMETERS);
+  }
+  EXPECT_EQ(VXM_GetTemplateType(nullptr, &value), VXM_ERR_INVALID_PARAMETERS);
+  EXPECT_EQ(VXM_GetTemplateType(matcher, nullptr), VXM_ERR_INVALID_PARAMETERS);
+  EXPECT_EQ(VXM_SetTemplateType(nullptr, TEMPLATE_NATIVE), VXM_ERR_INVALID_PARAMETERS);
+  EXPECT_EQ(value, 1);
+}
+
+}  // namespace
