@@ -60,7 +60,7 @@ extern "C" {
 #endif
 
 /* A matcher: settings and all working memory (about 3 MB), made by VXM_Create. */
-typedef struct Matcher *MatcherHandle;
+typedef struct Matcher* MatcherHandle;
 
 /* A character of the text that VXM_GetErrorString_B makes: UTF-16. */
 #if defined(_WIN32)
@@ -70,7 +70,7 @@ typedef unsigned short VXM_Char16;
 #endif
 /* On Windows the COM string type BSTR, to be freed with SysFreeString;
    elsewhere a zero-terminated UTF-16 text, to be freed with free. */
-typedef VXM_Char16 *VXM_ComString;
+typedef VXM_Char16* VXM_ComString;
 
 /* Template formats, for VXM_SetTemplateType. */
 enum TemplateType {
@@ -114,10 +114,10 @@ enum VXM_TextSize {
 
 /* Makes a matcher with the default settings and stores it in *handle, which is
    null on failure. VXM_ERROR: no memory or no system object was to be had. */
-VXM_API int VXM_CALL VXM_Create(MatcherHandle *handle);
+VXM_API int VXM_CALL VXM_Create(MatcherHandle* handle);
 
 /* As VXM_Create; `extra` is accepted and not used, and may be null. */
-VXM_API int VXM_CALL VXM_CreateEx(MatcherHandle *handle, const char *extra);
+VXM_API int VXM_CALL VXM_CreateEx(MatcherHandle* handle, const char* extra);
 
 /* Releases a matcher. No other call may be running on it. */
 VXM_API int VXM_CALL VXM_Delete(MatcherHandle handle);
@@ -127,15 +127,15 @@ VXM_API int VXM_CALL VXM_Delete(MatcherHandle handle);
 /* Reads a parameter into *value: an int for ids 301 to 321, a zero-terminated
    text for 210 and 211 (give VXM_PARAMETER_TEXT_SIZE bytes).
    VXM_ERROR: unknown id, nothing written. */
-VXM_API int VXM_CALL VXM_GetParameter(MatcherHandle handle, int id, void *value);
+VXM_API int VXM_CALL VXM_GetParameter(MatcherHandle handle, int id, void* value);
 
 /* Sets an int parameter: switches take any non-zero value as 1, the security
    level is clamped to 1..7. Takes effect with the next call.
    VXM_ERROR: unknown or read-only id, nothing changed. */
-VXM_API int VXM_CALL VXM_SetParameter(MatcherHandle handle, int id, const int *value);
+VXM_API int VXM_CALL VXM_SetParameter(MatcherHandle handle, int id, const int* value);
 
 /* Reads the template type into *type. */
-VXM_API int VXM_CALL VXM_GetTemplateType(MatcherHandle handle, int *type);
+VXM_API int VXM_CALL VXM_GetTemplateType(MatcherHandle handle, int* type);
 
 /* Sets the one template format that the matcher takes. The value is not tested:
    with one other than the three, verification answers VXM_ERR_TEMPLATE_TYPE and
@@ -152,13 +152,13 @@ VXM_API int VXM_CALL VXM_SetTemplateType(MatcherHandle handle, int type);
    VXM_ERR_INVALID_PARAMETERS: null pointer, or an invalid native template.
    VXM_ERR_DATA_CORRUPTED: a standard record fails its structural check.
    VXM_ERR_TEMPLATE_TYPE: a template is not of the matcher's type. */
-VXM_API int VXM_CALL VXM_VerifyEx(MatcherHandle handle, const unsigned char *template1, int size1,
-                                  const unsigned char *template2, int size2, float *score,
-                                  int *verified);
+VXM_API int VXM_CALL VXM_VerifyEx(MatcherHandle handle, const unsigned char* template1, int size1,
+                                  const unsigned char* template2, int size2, float* score,
+                                  int* verified);
 
 /* As VXM_VerifyEx, without the score. */
-VXM_API int VXM_CALL VXM_Verify(MatcherHandle handle, const unsigned char *template1, int size1,
-                                const unsigned char *template2, int size2, int *verified);
+VXM_API int VXM_CALL VXM_Verify(MatcherHandle handle, const unsigned char* template1, int size1,
+                                const unsigned char* template2, int size2, int* verified);
 
 /* ---- Turning a template ------------------------------------------------ */
 
@@ -170,7 +170,8 @@ VXM_API int VXM_CALL VXM_Verify(MatcherHandle handle, const unsigned char *templ
    header. Takes no lock and replaces the probe of an incremental identification.
    VXM_ERR_TEMPLATE_TYPE: neither a standard record nor a valid native template;
    the buffer is unchanged. */
-VXM_API int VXM_CALL VXM_RotateTemplate(MatcherHandle handle, unsigned char *templateData, int size);
+VXM_API int VXM_CALL VXM_RotateTemplate(MatcherHandle handle, unsigned char* templateData,
+                                        int size);
 
 /* ---- One to many ------------------------------------------------------- */
 
@@ -187,32 +188,32 @@ VXM_API int VXM_CALL VXM_RotateTemplate(MatcherHandle handle, unsigned char *tem
    not of the matcher's type. VXM_ERR_INVALID_PARAMETERS: a null pointer
    (*matchIndex unchanged) or an invalid native probe. After any other error
    *matchIndex is -1. */
-VXM_API int VXM_CALL VXM_Identify(MatcherHandle handle, const unsigned char *probe, int probeSize,
-                                  const unsigned char *const *templates, const int *templateSizes,
-                                  int templateCount, unsigned int timeout, int *matchIndex);
+VXM_API int VXM_CALL VXM_Identify(MatcherHandle handle, const unsigned char* probe, int probeSize,
+                                  const unsigned char* const* templates, const int* templateSizes,
+                                  int templateCount, unsigned int timeout, int* matchIndex);
 
 /* As VXM_Identify with the candidates back to back in the one buffer that
    *templateData points at: candidate i begins at the sum of the sizes before
    it. Of a candidate longer than 1024 bytes only the first 1024 are used. */
-VXM_API int VXM_CALL VXM_Identify_J(MatcherHandle handle, const unsigned char *probe, int probeSize,
-                                    const unsigned char *const *templateData,
-                                    const int *templateSizes, int templateCount,
-                                    unsigned int timeout, int *matchIndex);
+VXM_API int VXM_CALL VXM_Identify_J(MatcherHandle handle, const unsigned char* probe, int probeSize,
+                                    const unsigned char* const* templateData,
+                                    const int* templateSizes, int templateCount,
+                                    unsigned int timeout, int* matchIndex);
 
 /* As VXM_Identify on two threads: the caller's and one worker that ends before
    the call returns. Which of several matching candidates is reported depends on
    timing. A candidate of another format ends the search only where the calling
    thread meets it; the time limit and the abort are not seen once the calling
    thread has finished its half. VXM_ERROR: the worker could not be started. */
-VXM_API int VXM_CALL VXM_IdentifyMT(MatcherHandle handle, const unsigned char *probe, int probeSize,
-                                    const unsigned char *const *templates, const int *templateSizes,
-                                    int templateCount, unsigned int timeout, int *matchIndex);
+VXM_API int VXM_CALL VXM_IdentifyMT(MatcherHandle handle, const unsigned char* probe, int probeSize,
+                                    const unsigned char* const* templates, const int* templateSizes,
+                                    int templateCount, unsigned int timeout, int* matchIndex);
 
 /* As VXM_IdentifyMT with the candidates of VXM_Identify_J. */
-VXM_API int VXM_CALL VXM_IdentifyMT_J(MatcherHandle handle, const unsigned char *probe,
-                                      int probeSize, const unsigned char *const *templateData,
-                                      const int *templateSizes, int templateCount,
-                                      unsigned int timeout, int *matchIndex);
+VXM_API int VXM_CALL VXM_IdentifyMT_J(MatcherHandle handle, const unsigned char* probe,
+                                      int probeSize, const unsigned char* const* templateData,
+                                      const int* templateSizes, int templateCount,
+                                      unsigned int timeout, int* matchIndex);
 
 /* Asks the identification that is running on the matcher to stop; it answers
    VXM_ERR_MATCH_ABORTED after the comparison in progress. Without effect when
@@ -223,26 +224,26 @@ VXM_API int VXM_CALL VXM_AbortIdentify(MatcherHandle handle);
    verification, identification or rotation on the same matcher and after
    changing the template type, the fast mode or the turned retry.
    VXM_ERR_TEMPLATE_TYPE: not a usable template of the matcher's type. */
-VXM_API int VXM_CALL VXM_IdentifyInit(MatcherHandle handle, const unsigned char *probe,
+VXM_API int VXM_CALL VXM_IdentifyInit(MatcherHandle handle, const unsigned char* probe,
                                       int probeSize);
 
 /* Compares one candidate with the probe of VXM_IdentifyInit: *matched is 1 or 0.
    A null candidate counts as no match. Every format is decided on the native
    scale here. VXM_ERR_TEMPLATE_TYPE: not a usable template of the matcher's
    type; *matched is not written. */
-VXM_API int VXM_CALL VXM_IdentifyNext(MatcherHandle handle, const unsigned char *candidate,
-                                      int candidateSize, int *matched);
+VXM_API int VXM_CALL VXM_IdentifyNext(MatcherHandle handle, const unsigned char* candidate,
+                                      int candidateSize, int* matched);
 
 /* ---- Texts of status codes --------------------------------------------- */
 
 /* Writes the text of a status code (at most VXM_ERROR_TEXT_SIZE bytes with its
    zero). For a value that is no status the text is "Undefined status" and the
    result VXM_ERROR. Needs no matcher; from any thread. */
-VXM_API int VXM_CALL VXM_GetErrorString(int status, char *message);
+VXM_API int VXM_CALL VXM_GetErrorString(int status, char* message);
 
 /* As VXM_GetErrorString, as a new string that the caller frees (see
    VXM_ComString). When none can be made *message is null and the result VXM_ERROR. */
-VXM_API int VXM_CALL VXM_GetErrorString_B(int status, VXM_ComString *message);
+VXM_API int VXM_CALL VXM_GetErrorString_B(int status, VXM_ComString* message);
 
 #ifdef __cplusplus
 }
