@@ -54,16 +54,20 @@ TEST_F(LifecycleTest, MatchersKeepTheirOwnSettings) {
   ExpectDefaults(matcher);
 }
 
-// The process lock lives from the first matcher to the last, whoever deletes its
-// own in between.
-TEST(LifecycleThreadsTest, MatchersComeAndGoAtOnce) {
+// Verification takes the process lock, which must live from the first matcher
+// to the last, whoever deletes its own in between.
+TEST(LifecycleThreadsTest, MatchersComeAndGoWhileOthersWork) {
   constexpr int threadCount = 4;
   constexpr int rounds = 50;
   std::vector<int> failures(threadCount, 0);
   const auto work = [&failures](size_t thread) {
+    const unsigned char bytes[16] = {};
     for (int round = 0; round < rounds; round++) {
       MatcherHandle matcher = nullptr;
+      int verified = -1;
       failures[thread] += VXM_Create(&matcher) != VXM_OK;
+      failures[thread] += VXM_Verify(matcher, bytes, sizeof(bytes), bytes, sizeof(bytes),
+                                     &verified) != VXM_ERR_INVALID_PARAMETERS;
       failures[thread] += VXM_Delete(matcher) != VXM_OK;
     }
   };

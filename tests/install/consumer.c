@@ -4,7 +4,7 @@
 #include <string.h>
 #include <vxmkit.h>
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
   MatcherHandle matcher;
   char text[VXM_PARAMETER_TEXT_SIZE];
   int status = VXM_Create(&matcher);
