@@ -69,6 +69,7 @@ LAWS = (
     Law("fuzz/", ("fuzz/", "src/", HEADER)),
     Law("bench/", ("bench/", "src/", HEADER)),
     Law("tests/", ("tests/", "src/", HEADER)),
+    Law("tests/cli/", ("apps/", HEADER)),
     Law("tests/api/", ("tests/api/", *INTERFACE_SUPPORT, HEADER)),
     Law("tests/support/", ("tests/support/", "src/", HEADER)),
     Law("tests/install/", (HEADER,)),
