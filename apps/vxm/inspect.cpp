@@ -48,7 +48,7 @@ void InspectNative(const Bytes& bytes, Inspection& found) {
   found.attribute = ByteAt(bytes, 4);
   found.form = std::string(recordSize == 5 ? "full" : "short") + " records, " +
                (byteMap ? "byte map" : "4-bit map");
-  const auto blocks = static_cast<size_t>(found.width * found.height);
+  const size_t blocks = static_cast<size_t>(found.width) * static_cast<size_t>(found.height);
   found.bodySize =
       8 + static_cast<size_t>(found.minutiae) * recordSize + (byteMap ? blocks : (blocks + 1) / 2);
 

@@ -1,4 +1,5 @@
 // vxm verify: do two templates come from the same finger?
+#include <cmath>
 #include <cstdio>
 #include <memory>
 
@@ -35,9 +36,9 @@ int Verify(const VerifyOptions& options) {
 
   if (options.json) {
     // The score is a multiple of 1/10000; as a double it prints as one.
-    const int tenThousandths = static_cast<int>(score * 10000.0f + 0.5f);
+    const long tenThousandths = std::lround(score * 10000.0f);
     PrintJson({{"match", verified == 1},
-               {"score", tenThousandths / 10000.0},
+               {"score", static_cast<double>(tenThousandths) / 10000.0},
                {"level", options.level},
                {"format", NameOf(first.inspection.format)}});
   } else {

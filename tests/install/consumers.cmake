@@ -1,5 +1,6 @@
 # Installs a build into a folder, moves that, and builds and runs a host against
-# it twice: found by find_package, and compiled with the flags of pkg-config.
+# it twice: found by find_package, and compiled with the flags of pkg-config. The
+# installed program is run too.
 cmake_minimum_required(VERSION 3.25)
 set(work ${buildDir}/install_test)
 set(prefix ${work}/moved)
@@ -13,6 +14,10 @@ run(${CMAKE_COMMAND} --install ${buildDir} --prefix ${work}/installed)
 file(RENAME ${work}/installed ${prefix})
 if(NOT EXISTS ${prefix}/${libDir}/libvxmkit.so.${abi})
   message(FATAL_ERROR "no libvxmkit.so.${abi} in ${prefix}/${libDir}")
+endif()
+
+if(program)
+  run(${prefix}/bin/${program} --version)
 endif()
 
 run(${CMAKE_COMMAND} -G ${generator} -S ${CMAKE_CURRENT_LIST_DIR} -B ${work}/by_cmake
