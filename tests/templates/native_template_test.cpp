@@ -1,0 +1,226 @@
+// The native format: check, load, write.
+#include "templates/native_template.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "support/made_templates.h"
+#include "templates/conversions.h"
+
+namespace {
+
+using made::At;
+using made::Bytes;
+using vxmsynth::NativeForm;
+
+constexpr NativeForm allForms[] = {NativeForm::fullBytes, NativeForm::fullCodes,
+                                   NativeForm::shortBytes, NativeForm::shortCodes};
+
+struct Loaded {
+  vxm::MatchWorkspace workspace = {};
+  uint8_t attribute = 0;
+};
+
+std::unique_ptr<Loaded> Load(const Bytes& bytes) {
+  auto loaded = std::make_unique<Loaded>();
+  EXPECT_TRUE(vxm::CheckNativeTemplate(bytes.data(), static_cast<int>(bytes.size())));
+  vxm::LoadNativeTemplate(loaded->workspace, loaded->attribute, bytes.data());
+  return loaded;
+}
+
+Bytes Write(const Loaded& loaded, int size) {
+  Bytes bytes(static_cast<size_t>(size), 0xEE);
+  vxm::WriteNativeTemplate(loaded.workspace, loaded.attribute, bytes.data(), size);
+  return bytes;
+}
+
+TEST(NativeCheckTest, HeaderAndSizeDecide) {
+  const struct {
+    const char* what;
+    int head[4];
+    int size;
+    bool valid;
+  } cases[] = {
+      {"smallest, bytes", {0x45, 1, 0x81, 1}, 8 + 5 + 1, true},
+      {"smallest, bytes, cut", {0x45, 1, 0x81, 1}, 8 + 5, false},
+      {"smallest, codes", {0x44, 1, 0x01, 1}, 8 + 4 + 1, true},
+      {"smallest, codes, cut", {0x44, 1, 0x01, 1}, 8 + 4, false},
+      {"largest", {0x45, 200, 0xBF, 63}, 4977, true},
+      {"largest, cut", {0x45, 200, 0xBF, 63}, 4976, false},
+      {"bytes beyond the map", {0x44, 1, 0x01, 1}, 5000, true},
+      {"odd number of codes", {0x44, 1, 3, 5}, 8 + 4 + 8, true},
+      {"odd number of codes, cut", {0x44, 1, 3, 5}, 8 + 4 + 7, false},
+      {"no minutia", {0x45, 0, 0x81, 1}, 5000, false},
+      {"201 minutiae", {0x45, 201, 0x81, 1}, 5000, false},
+      {"no width", {0x45, 1, 0x80, 1}, 5000, false},
+      {"no width but the unused bit", {0x45, 1, 0x40, 1}, 5000, false},
+      {"no height but the unused bits", {0x45, 1, 0x81, 0xC0}, 5000, false},
+      {"unused bits", {0x45, 1, 0xC1, 0xC1}, 5000, true},
+      {"header alone", {0x45, 1, 0x81, 1}, 8, false},
+      {"part of the header", {0x45, 1, 0x81, 1}, 1, false},
+      {"nothing", {0x45, 1, 0x81, 1}, 0, false},
+      {"negative size", {0x45, 1, 0x81, 1}, -1, false},
+      {"most negative size", {0x45, 1, 0x81, 1}, INT_MIN, false},
+  };
+  for (const auto& c : cases) {
+    Bytes bytes(5000, 0);
+    std::copy_n(c.head, 4, bytes.begin());
+    EXPECT_EQ(vxm::CheckNativeTemplate(bytes.data(), c.size), c.valid) << c.what;
+  }
+  for (int first = 0; first < 256; first++) {
+    Bytes bytes(5000, 0);
+    bytes[0] = static_cast<uint8_t>(first);
+    bytes[1] = bytes[2] = bytes[3] = 1;
+    EXPECT_EQ(vxm::CheckNativeTemplate(bytes.data(), 5000), first == 0x44 || first == 0x45)
+        << "first byte " << first;
+  }
+}
+
+TEST(NativeCheckTest, MinutiaeMayLieOneBlockBeyondTheGrid) {
+  const struct {
+    int gridWidth, gridHeight, x, y;
+    NativeForm form;
+    bool valid;
+    int loadedX, loadedY;
+  } cases[] = {
+      {10, 20, 175, 10, NativeForm::fullBytes, true, 159, 10},
+      {10, 20, 176, 10, NativeForm::fullBytes, false, 0, 0},
+      {10, 20, 10, 335, NativeForm::fullCodes, true, 10, 319},
+      {10, 20, 10, 336, NativeForm::fullCodes, false, 0, 0},
+      {31, 31, 510, 510, NativeForm::shortCodes, true, 495, 495},
+      {30, 31, 496, 10, NativeForm::shortBytes, false, 0, 0},
+      {31, 30, 10, 496, NativeForm::shortBytes, false, 0, 0},
+      {63, 63, 1023, 1023, NativeForm::fullBytes, true, 1007, 1007},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.x << ' ' << c.y);
+    // The last of two decides as the first does.
+    const auto plain = made::Plain(c.gridWidth, c.gridHeight, {At(1, 1), At(c.x, c.y)});
+    const Bytes bytes = vxmsynth::EncodeNative(plain, c.form);
+    ASSERT_EQ(vxm::CheckNativeTemplate(bytes.data(), static_cast<int>(bytes.size())), c.valid);
+    if (!c.valid) continue;
+    const auto loaded = Load(bytes);
+    EXPECT_EQ(loaded->workspace.x[1], c.loadedX);
+    EXPECT_EQ(loaded->workspace.y[1], c.loadedY);
+  }
+}
+
+TEST(NativeLoadTest, FieldsComeFromTheirBits) {
+  const Bytes full = {0x45, 1,    0x82, 1,    9,    0xFF, 1,  2,  // 2 x 1 blocks, any mark
+                      0x07, 0x40, 0xEF, 0xFF, 0xD5, 119,  127};
+  const auto a = Load(full);
+  EXPECT_EQ(a->attribute, 9);
+  EXPECT_EQ(a->workspace.minutiaCount, 1);
+  EXPECT_EQ(a->workspace.gridWidth, 2);
+  EXPECT_EQ(a->workspace.gridHeight, 1);
+  EXPECT_EQ(a->workspace.x[0], 29);
+  EXPECT_EQ(a->workspace.y[0], 14);
+  EXPECT_EQ(a->workspace.type[0], 15);
+  EXPECT_EQ(a->workspace.angle[0], 511);
+  EXPECT_EQ(a->workspace.quality[0], 0x55);
+  EXPECT_EQ(a->workspace.orientation[0][0], 119);
+  EXPECT_EQ(a->workspace.orientation[0][1], 127);
+
+  // Nine codes: the fourth is the low nibble of the second byte.
+  const Bytes brief = {0x44, 3, 3,   3,    0, 0, 0, 0, 9,    8,    255,  0x85,  //
+                       9,    8, 128, 0x7F, 9, 8, 0, 0, 0x01, 0x2E, 0xF4, 0x56, 0x7F};
+  const auto b = Load(brief);
+  const vxm::MatchWorkspace& w = b->workspace;
+  EXPECT_EQ(w.x[0], 18);
+  EXPECT_EQ(w.y[0], 16);
+  EXPECT_EQ((std::vector<int>(w.angle, w.angle + 3)), (std::vector<int>{360, 181, 0}));
+  EXPECT_EQ((std::vector<int>(w.type, w.type + 3)), (std::vector<int>{1, 0, 0}));
+  EXPECT_EQ((std::vector<int>(w.quality, w.quality + 3)), (std::vector<int>{5, 127, 0}));
+  constexpr int expected[3][3] = {{0, 8, 16}, {112, 255, 32}, {40, 48, 56}};
+  for (int row = 0; row < 3; row++) {
+    for (int column = 0; column < 3; column++) {
+      EXPECT_EQ(w.orientation[row][column], expected[row][column]) << row << ' ' << column;
+    }
+  }
+}
+
+TEST(NativeConversionTest, CodesAreRoundedAndComeBack) {
+  for (int code = 0; code < 256; code++) {
+    const int degrees = vxm::DegreesFromAngleCode(code);
+    EXPECT_EQ(degrees, (code * 360 * 2 + 255) / (255 * 2));
+    EXPECT_EQ(vxm::AngleCodeFromDegrees(degrees), code);
+  }
+  for (int degrees = 0; degrees <= 360; degrees++) {
+    // Rounded; halves go down.
+    EXPECT_EQ(vxm::AngleCodeFromDegrees(degrees), (degrees * 255 * 2 + 359) / (360 * 2));
+  }
+  for (int code = 0; code < 16; code++) {
+    EXPECT_EQ(vxm::CodeFromOrientation(vxm::OrientationFromCode(code)), code);
+  }
+  for (int value = 0; value < 256; value++) {
+    const int code = vxm::CodeFromOrientation(value);
+    const bool ridge = value != 127 && value != 255;
+    EXPECT_EQ(code == 15, !ridge) << value;
+    EXPECT_TRUE(code >= 0 && code <= 15) << value;
+    if (value < 120) {
+      EXPECT_EQ(code, (value + 4) / 8 % 15) << value;
+    }
+  }
+}
+
+TEST(NativeWriteTest, WhatWasLoadedComesBack) {
+  for (uint64_t finger = 0; finger < 8; finger++) {
+    const auto impression = vxmsynth::MakeImpression(vxmsynth::MakeFinger(finger), 1);
+    for (const NativeForm form : allForms) {
+      SCOPED_TRACE(testing::Message() << "finger " << finger << " form " << static_cast<int>(form));
+      Bytes bytes = vxmsynth::EncodeNative(impression, form);
+      const auto loaded = Load(bytes);
+      const auto again = Load(Write(*loaded, 4977));
+      const vxm::MatchWorkspace& a = loaded->workspace;
+      const vxm::MatchWorkspace& b = again->workspace;
+      // Both began as zeros, so that all their bytes must agree.
+      EXPECT_EQ(std::memcmp(&a, &b, sizeof(a)), 0);
+      EXPECT_EQ(again->attribute, loaded->attribute);
+      // In its own size a template comes back in its own form, byte by byte; a
+      // form that is never written is left aside.
+      if (form == NativeForm::shortBytes) continue;
+      EXPECT_EQ(Write(*loaded, static_cast<int>(bytes.size())), bytes);
+    }
+  }
+}
+
+TEST(NativeWriteTest, TakesTheRichestFormThatFits) {
+  const auto loaded = Load(vxmsynth::EncodeNative(made::Plain(3, 5, {At(1, 1), At(2, 2)})));
+  const struct {
+    int size, recordSize, byteMap;
+  } cases[] = {
+      {500, 5, 1},        {8 + 10 + 15, 5, 1}, {8 + 10 + 14, 5, 0},
+      {8 + 10 + 8, 5, 0}, {8 + 10 + 7, 4, 0},  {8 + 8 + 8, 4, 0},
+  };
+  for (const auto& c : cases) {
+    const Bytes bytes = Write(*loaded, c.size);
+    EXPECT_EQ(bytes[0], 0x40 + c.recordSize) << c.size;
+    EXPECT_EQ(bytes[2] >> 7, c.byteMap) << c.size;
+  }
+  EXPECT_EQ(Write(*loaded, 8 + 8 + 7), Bytes(8 + 8 + 7, 0)) << "no form fits";
+  EXPECT_EQ(Write(Loaded(), 100), Bytes(100, 0)) << "no minutiae";
+  vxm::WriteNativeTemplate(loaded->workspace, 0, nullptr, -1);
+}
+
+TEST(NativeWriteTest, WhatDoesNotFitItsFieldStaysInIt) {
+  Loaded large;
+  vxm::MatchWorkspace& w = large.workspace;
+  w.minutiaCount = 1;
+  w.gridWidth = 2;
+  w.gridHeight = 1;
+  w.x[0] = w.y[0] = 2000;
+  w.angle[0] = 1000;
+  w.quality[0] = w.type[0] = 200;
+  w.orientation[0][0] = 126;
+  w.orientation[0][1] = 252;
+  const Bytes full = {0x45, 1, 0x82, 1, 0, 0, 'V', 'X', 255, 255, 255, 255, 255, 126, 252};
+  EXPECT_EQ(Write(large, 15), full);
+  const Bytes brief = {0x44, 1, 2, 1, 0, 0, 'V', 'X', 255, 255, 255, 255, 0};
+  EXPECT_EQ(Write(large, 13), brief);
+}
+
+}  // namespace

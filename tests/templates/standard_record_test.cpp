@@ -1,0 +1,314 @@
+// Standard records: recognise, check, load, write.
+#include "templates/standard_record.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+#include "support/made_templates.h"
+#include "templates/conversions.h"
+
+namespace {
+
+using made::At;
+using made::Bytes;
+using made::FieldAt;
+using made::With;
+using made::With16;
+using vxm::TemplateFormat;
+using Pair = std::pair<int, int>;  // x and y
+using Places = std::vector<Pair>;
+
+constexpr int iso = TEMPLATE_ISO19794_2;
+constexpr int ansi = TEMPLATE_ANSI378;
+constexpr int bothTypes[] = {iso, ansi};
+
+const vxm::RecordLayout& LayoutOf(int type) {
+  return type == iso ? vxm::isoLayout : vxm::ansiLayout;
+}
+
+struct Loaded {
+  vxm::MatchWorkspace workspace = {};
+  uint8_t attribute = 0;
+
+  Places PlacesKept() const {
+    Places places;
+    for (int i = 0; i < workspace.minutiaCount; i++) {
+      places.emplace_back(workspace.x[i], workspace.y[i]);
+    }
+    return places;
+  }
+};
+
+std::unique_ptr<Loaded> Load(int type, const Bytes& record) {
+  auto loaded = std::make_unique<Loaded>();
+  vxm::LoadRecord(LayoutOf(type), record.data(), static_cast<int>(record.size()), loaded->workspace,
+                  loaded->attribute);
+  return loaded;
+}
+
+// A record of ridge endings at these places, with 2 bytes of extended data: 0.
+Bytes RecordOf(int type, const Places& places, Pair imageSize = {1008, 1008}) {
+  made::Minutiae minutiae;
+  for (const auto& [x, y] : places) minutiae.push_back(At(x, y));
+  Bytes record = made::Encode(made::Plain(1, 1, minutiae), type);
+  record.resize(record.size() - 5);
+  record = With16(record, record.size() - 2, 0);
+  record = With16(record, type == iso ? 10 : 8, static_cast<int>(record.size()));
+  record = With16(record, FieldAt(type, 14), imageSize.first);
+  return With16(record, FieldAt(type, 16), imageSize.second);
+}
+
+TEST(RecogniseTest, TheFirstTenBytesDecide) {
+  const struct {
+    const char (&bytes)[11];
+    int size;
+    TemplateFormat format;
+  } cases[] = {
+      {"FMR\0 20\0\0\0", 10, TemplateFormat::iso},
+      {"FMR\0 20\0\0\1", 10, TemplateFormat::ansi},
+      {"FMR\0 20\0\1\0", 10, TemplateFormat::ansi},
+      {"FMR\0 20\0\0\1", 9, TemplateFormat::iso},  // a missing byte is 0
+      {"FMR\0 20\0\1\1", 4, TemplateFormat::iso},
+      {"FMRX 20\0\1\1", 3, TemplateFormat::iso},
+      {"FMR\0 20\0\1\1", 2, TemplateFormat::native},
+      {"FMR\0 20\0\1\1", 0, TemplateFormat::native},
+      {"FMR\0 20\0\1\1", INT_MIN, TemplateFormat::native},
+      {"FMRX 20\0\1\1", 10, TemplateFormat::native},
+      {"FMr\0 20\0\1\1", 10, TemplateFormat::native},
+  };
+  for (const auto& c : cases) {
+    const Bytes bytes(c.bytes, c.bytes + 10);
+    EXPECT_EQ(vxm::RecogniseFormat(bytes.data(), c.size), c.format)
+        << testing::PrintToString(bytes) << " of " << c.size;
+  }
+}
+
+TEST(RecordCheckTest, SizesAndCountsMustAgree) {
+  const struct {
+    int type;
+    const char* what;
+    int count, length, size;
+    bool passes;
+  } cases[] = {
+      {iso, "no minutiae", 0, 30, 30, true},
+      {iso, "size of the header", 0, 29, 29, false},
+      {iso, "10 minutiae", 10, 90, 90, true},
+      {iso, "10 minutiae, cut", 10, 89, 89, false},
+      {iso, "length says more than size", 10, 91, 90, false},
+      {iso, "length says less", 10, 0, 90, true},
+      {iso, "200 minutiae", 200, 1230, 1230, true},
+      {iso, "201 minutiae", 201, 1236, 1236, false},
+      {iso, "length with its top bit", 10, INT_MIN, 90, false},
+      {iso, "negative size", 10, 90, -1, false},
+      {iso, "most negative size", 10, 90, INT_MIN, false},
+      {ansi, "no minutiae", 0, 32, 32, true},
+      {ansi, "size of the header", 0, 31, 31, false},
+      {ansi, "10 minutiae", 10, 92, 92, true},
+      {ansi, "10 minutiae, cut", 10, 91, 91, false},
+      {ansi, "length says more than size", 10, 93, 92, false},
+      {ansi, "largest length", 10, 65535, 2000, false},
+      {ansi, "200 minutiae", 200, 1232, 1232, true},
+      {ansi, "201 minutiae", 201, 1238, 1238, false},
+      {ansi, "negative size", 10, 92, -1, false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.type << ' ' << c.what);
+    Bytes record(2000, 0);
+    std::copy_n("FMR", 4, record.begin());
+    if (c.type == iso) record = With16(record, 8, c.length >> 16);
+    record = With16(record, c.type == iso ? 10 : 8, c.length);
+    record = With(record, FieldAt(c.type, 27), c.count);
+    EXPECT_EQ(vxm::CheckRecord(LayoutOf(c.type), record.data(), c.size), c.passes);
+    for (size_t i = 0; i < 4; i++) {
+      const Bytes other = With(record, i, record[i] ^ 1);
+      EXPECT_FALSE(vxm::CheckRecord(LayoutOf(c.type), other.data(), c.size)) << "byte " << i;
+    }
+  }
+}
+
+TEST(RecordLoadTest, PlacesAreKeptMovedAndOrdered) {
+  const struct {
+    const char* what;
+    Pair image;
+    Places places;
+    Places kept;
+    Pair grid;
+  } cases[] = {
+      {"moved", {600, 600}, {{100, 40}, {500, 45}}, {{20, 8}, {420, 13}}, {27, 2}},
+      {"by y", {600, 600}, {{30, 30}, {40, 20}}, {{24, 20}, {14, 30}}, {3, 3}},
+      {"then x", {600, 600}, {{40, 30}, {20, 30}}, {{20, 14}, {40, 14}}, {4, 2}},
+      {"right of the image", {600, 600}, {{599, 100}, {600, 100}}, {{23, 20}}, {2, 2}},
+      {"below the image", {600, 600}, {{100, 599}, {100, 600}}, {{20, 23}}, {2, 2}},
+      {"left edge", {600, 600}, {{0, 9}, {1, 1}}, {{1, 1}}, {1, 2}},
+      {"top edge", {600, 600}, {{9, 0}, {1, 1}}, {{1, 1}}, {2, 1}},
+      {"65 blocks", {2000, 2000}, {{10, 9}, {1030, 9}, {1023, 9}}, {{10, 9}, {1023, 9}}, {64, 2}},
+      {"outside the engine's area", {65535, 65535}, {{2000, 2000}, {5000, 9000}}, {}, {1, 1}},
+      {"image of no size", {0, 0}, {{10, 10}}, {}, {1, 1}},
+      {"no width", {0, 65535}, {{10, 10}}, {}, {1, 1}},
+      {"reserved bit of y", {65535, 65535}, {{9, 0x4014}, {30, 20}}, {{30, 20}}, {3, 64}},
+      {"sign bit of y", {65535, 65535}, {{9, 0x8014}, {30, 20}}, {{14, 20}}, {2, 2}},
+      {"none", {600, 600}, {}, {}, {1, 1}},
+  };
+  for (const int type : bothTypes) {
+    for (const auto& c : cases) {
+      SCOPED_TRACE(testing::Message() << type << ' ' << c.what);
+      const auto loaded = Load(type, RecordOf(type, c.places, c.image));
+      EXPECT_EQ(loaded->PlacesKept(), c.kept);
+      EXPECT_EQ(loaded->workspace.gridWidth, c.grid.first);
+      EXPECT_EQ(loaded->workspace.gridHeight, c.grid.second);
+    }
+  }
+}
+
+TEST(RecordLoadTest, OfTwoInOnePlaceTheLaterComesFirst) {
+  for (const int type : bothTypes) {
+    Bytes record = RecordOf(type, {{40, 30}, {40, 30}, {40, 30}});
+    for (size_t i = 0; i < 3; i++) record[FieldAt(type, 28 + 6 * i + 4)] = uint8_t(45 * i);
+    const auto loaded = Load(type, record);
+    const uint16_t* angle = loaded->workspace.angle;
+    EXPECT_EQ((std::vector<int>(angle, angle + 3)),
+              type == ansi ? (std::vector<int>{0, 270, 180}) : (std::vector<int>{307, 243, 180}));
+  }
+}
+
+TEST(RecordLoadTest, CountsAreCapped) {
+  const struct {
+    int type, count, loaded;
+  } cases[] = {{iso, 127, 127}, {iso, 150, 127}, {ansi, 200, 200}, {ansi, 250, 200}};
+  for (const auto& c : cases) {
+    Places places;
+    for (int i = 0; i < c.count; i++) places.emplace_back(100 + i % 20 * 10, 100 + i / 20 * 10);
+    const auto loaded = Load(c.type, RecordOf(c.type, places));
+    EXPECT_EQ(loaded->workspace.minutiaCount, c.loaded) << c.type << ' ' << c.count;
+  }
+}
+
+TEST(RecordLoadTest, TypesAndTopBits) {
+  for (const int type : bothTypes) {
+    Bytes record = RecordOf(type, {{30, 20}, {31, 20}, {32, 20}, {33, 20}});
+    for (size_t i = 0; i < 4; i++) {
+      record[FieldAt(type, 28 + 6 * i)] = static_cast<uint8_t>(i << 6);
+    }
+    const auto loaded = Load(type, record);
+    const uint8_t* types = loaded->workspace.type;
+    EXPECT_EQ((std::vector<int>(types, types + 4)), (std::vector<int>{0, 0, 1, 0})) << type;
+  }
+}
+
+// An older template in the workspace leaves nothing behind that could be read.
+TEST(RecordLoadTest, WorkspaceIsSetWhole) {
+  Loaded used;
+  std::memset(&used.workspace, 0x5A, sizeof(used.workspace));
+  const Bytes record = RecordOf(iso, {{30, 20}, {70, 90}});
+  vxm::LoadRecord(vxm::isoLayout, record.data(), static_cast<int>(record.size()), used.workspace,
+                  used.attribute);
+  EXPECT_EQ(used.PlacesKept(), (Places{{14, 20}, {54, 90}}));
+  EXPECT_EQ(used.workspace.quality[1], 0);
+  for (int row = 0; row < used.workspace.gridHeight; row++) {
+    for (int column = 0; column < used.workspace.gridWidth; column++) {
+      EXPECT_EQ(used.workspace.orientation[row][column], 0);
+    }
+  }
+}
+
+TEST(RecordConversionTest, DirectionsAreTurnedAndComeBack) {
+  for (int code = 0; code < 256; code++) {
+    SCOPED_TRACE(code);
+    const int isoDegrees = vxm::DegreesFromIsoDirection(code);
+    EXPECT_EQ(isoDegrees, static_cast<int>(code * 1.40625 + 0.5));
+    EXPECT_EQ(vxm::IsoDirectionFromDegrees(isoDegrees), code);
+    const int ansiDegrees = vxm::DegreesFromAnsiDirection(code);
+    EXPECT_EQ(ansiDegrees, code < 180 ? 2 * code : 0);
+    EXPECT_EQ(vxm::AnsiDirectionFromDegrees(ansiDegrees), code < 180 ? code : 0);
+  }
+  EXPECT_EQ(vxm::IsoDirectionFromDegrees(360), 0);
+  EXPECT_EQ(vxm::AnsiDirectionFromDegrees(359), 0);
+  const struct {
+    int type, code, angle;
+  } cases[] = {{ansi, 0, 180},   {ansi, 45, 270},  {ansi, 90, 0},    {ansi, 179, 178},
+               {ansi, 180, 180}, {ansi, 200, 180}, {ansi, 255, 180}, {iso, 0, 180},
+               {iso, 64, 270},   {iso, 128, 0},    {iso, 255, 179}};
+  for (const auto& c : cases) {
+    const auto loaded =
+        Load(c.type, With(RecordOf(c.type, {{20, 20}}), FieldAt(c.type, 32), c.code));
+    EXPECT_EQ(loaded->workspace.angle[0], c.angle) << c.type << ' ' << c.code;
+  }
+}
+
+// The loader takes the extended data for the attribute only when they are the
+// attribute's field; the reader of candidates takes their first byte.
+TEST(RecordAttributeTest, ExtendedDataOrReservedByte) {
+  constexpr int reserved = 99;
+  const struct {
+    const char* what;
+    Bytes extended;
+    int loaded;
+    int read;  // -1: the byte is missing
+  } cases[] = {
+      {"none", {0, 0}, reserved, reserved},
+      {"the field", {0, 5, 1, 0x44, 0, 5, 7}, 7, 7},
+      {"a longer field", {0, 6, 1, 0x44, 0, 6, 7, 8}, 7, 7},
+      {"a field longer than its block", {0, 5, 1, 0x44, 0, 6, 7, 8}, 7, 7},
+      {"a block shorter than its field", {0, 4, 1, 0x44, 0, 5, 7}, 7, 7},
+      {"more fields", {0, 10, 1, 0x44, 0, 5, 7, 9, 9, 0, 5, 8}, 7, 7},
+      {"another field", {0, 5, 0, 0x01, 0, 5, 7}, reserved, 7},
+      {"the field in second place", {0, 10, 0, 1, 0, 5, 8, 1, 0x44, 0, 5, 7}, reserved, 8},
+      {"field without data", {0, 4, 1, 0x44, 0, 4, 7}, reserved, 7},
+      {"block beyond the record", {0, 6, 1, 0x44, 0, 5, 7}, reserved, 7},
+      {"field beyond the record", {0, 5, 1, 0x44, 0, 6, 7}, reserved, 7},
+      {"largest lengths", {0xFF, 0xFF, 1, 0x44, 0xFF, 0xFF, 7}, reserved, 7},
+      {"block of length 0", {0, 0, 1, 0x44, 0, 5, 7}, reserved, reserved},
+      {"cut before its byte", {0, 4, 1, 0x44, 0, 4}, reserved, -1},
+      {"half a length", {0}, reserved, reserved},
+      {"nothing", {}, reserved, reserved},
+  };
+  for (const int type : bothTypes) {
+    for (const auto& c : cases) {
+      SCOPED_TRACE(testing::Message() << type << ' ' << c.what);
+      Bytes record = With(RecordOf(type, {{20, 20}, {30, 30}}), FieldAt(type, 23), reserved);
+      record.resize(record.size() - 2);
+      record.insert(record.end(), c.extended.begin(), c.extended.end());
+      EXPECT_EQ(Load(type, record)->attribute, c.loaded);
+      uint8_t attribute = 0;
+      const bool found = vxm::ReadCandidateAttribute(LayoutOf(type), record.data(),
+                                                     static_cast<int>(record.size()), attribute);
+      ASSERT_EQ(found, c.read != -1);
+      if (found) {
+        EXPECT_EQ(attribute, c.read);
+      }
+    }
+  }
+}
+
+TEST(RecordWriteTest, WhatWasLoadedComesBack) {
+  for (const int type : bothTypes) {
+    for (uint64_t finger = 0; finger < 8; finger++) {
+      SCOPED_TRACE(testing::Message() << type << " finger " << finger);
+      const Bytes record = made::Touch(type, finger, 1);
+      const auto loaded = Load(type, record);
+      const auto fields =
+          vxm::ReadRecord(LayoutOf(type), record.data(), static_cast<int>(record.size()));
+      Bytes written(2000, 0xEE);
+      (type == iso ? vxm::WriteIsoRecord : vxm::WriteAnsiRecord)(loaded->workspace, fields,
+                                                                 written.data(), 2000);
+      const int size = vxm::WrittenSize(LayoutOf(type), loaded->workspace.minutiaCount);
+      EXPECT_TRUE(vxm::CheckRecord(LayoutOf(type), written.data(), size));
+      EXPECT_EQ(Bytes(written.begin() + size, written.end()), Bytes(2000u - size, 0xEE));
+      written.resize(static_cast<size_t>(size));
+      const auto again = Load(type, written);
+      EXPECT_EQ(again->attribute, loaded->attribute);
+      EXPECT_EQ(again->workspace.minutiaCount, loaded->workspace.minutiaCount);
+      for (int i = 0; i < again->workspace.minutiaCount; i++) {
+        EXPECT_EQ(again->workspace.angle[i], loaded->workspace.angle[i]);
+        EXPECT_EQ(again->workspace.type[i], loaded->workspace.type[i]);
+      }
+      EXPECT_EQ(again->PlacesKept(), loaded->PlacesKept());
+    }
+  }
+}
+
+}  // namespace
