@@ -11,7 +11,10 @@ struct ByteReader {
   const uint8_t* bytes;
   int size;  // a negative one counts as 0
 
-  bool Has(int offset, int count) const { return offset >= 0 && count <= size - offset; }
+  // A size below 0 must not reach the subtraction, which could overflow.
+  bool Has(int offset, int count) const {
+    return offset >= 0 && offset <= size && count <= size - offset;
+  }
   uint32_t U8(int offset) const { return Has(offset, 1) ? bytes[offset] : 0u; }
   // Big-endian.
   uint32_t U16(int offset) const { return U8(offset) << 8 | U8(offset + 1); }
