@@ -1,12 +1,152 @@
 // One-to-one comparison.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cmath>
+#include <cstdlib>
+#include <future>
 
 #include "support/known_answers.h"
+#include "support/made_templates.h"
 #include "support/matcher_fixture.h"
 
 namespace {
+
+using made::At;
+using made::Bytes;
+
+struct Verdict {
+  int status;
+  int score;
+  int verified;
+};
+
+bool operator==(const Verdict& a, const Verdict& b) {
+  return a.status == b.status && a.score == b.score && a.verified == b.verified;
+}
+
+void PrintTo(const Verdict& verdict, std::ostream* out) {
+  *out << verdict.status << ", score " << verdict.score << ", verified " << verdict.verified;
+}
+
+class VerificationTest : public MatcherTest {
+ protected:
+  Verdict Verify(const Bytes& a, const Bytes& b) { return VerifyOn(matcher, a, b); }
+
+  static Verdict VerifyOn(MatcherHandle on, const Bytes& a, const Bytes& b) {
+    float score = -1.0f;
+    int verified = -1;
+    const int status = VXM_VerifyEx(on, a.data(), static_cast<int>(a.size()), b.data(),
+                                    static_cast<int>(b.size()), &score, &verified);
+    return {status, static_cast<int>(std::lround(score * 10000.0f)), verified};
+  }
+
+  // Ends the program when another matcher on another thread cannot verify.
+  static void ExpectLockFree() {
+    auto done = std::async(std::launch::async, [] {
+      MatcherHandle other = nullptr;
+      EXPECT_EQ(VXM_Create(&other), VXM_OK);
+      EXPECT_EQ(VerifyOn(other, Bytes(1), Bytes(1)).status, VXM_ERR_INVALID_PARAMETERS);
+      EXPECT_EQ(VXM_Delete(other), VXM_OK);
+    });
+    if (done.wait_for(std::chrono::seconds(60)) != std::future_status::ready) std::abort();
+  }
+};
+
+// For each type of matcher every pair of these: what decides first is told by
+// the worst of the two.
+TEST_F(VerificationTest, TypeAndStateOfBothTemplatesDecideTheStatus) {
+  const Bytes native = made::Touch(TEMPLATE_NATIVE, 1, 1);
+  const Bytes iso = made::Touch(TEMPLATE_ISO19794_2, 1, 1);
+  const Bytes ansi = made::Touch(TEMPLATE_ANSI378, 1, 1);
+  const struct {
+    int type;
+    int status;  // on a matcher of that type
+    Bytes bytes;
+  } templates[] = {
+      {TEMPLATE_NATIVE, VXM_OK, native},
+      {TEMPLATE_NATIVE, VXM_ERR_INVALID_PARAMETERS, made::With(native, 1, 0)},
+      {TEMPLATE_ISO19794_2, VXM_OK, iso},
+      {TEMPLATE_ISO19794_2, VXM_ERR_DATA_CORRUPTED, made::With(iso, 27, 201)},
+      {TEMPLATE_ANSI378, VXM_OK, ansi},
+      {TEMPLATE_ANSI378, VXM_ERR_DATA_CORRUPTED, made::With(ansi, 29, 201)},
+  };
+  for (const int type : {2001, 2002, 2003, 0, 1234}) {
+    ASSERT_EQ(VXM_SetTemplateType(matcher, type), VXM_OK);
+    for (const auto& a : templates) {
+      for (const auto& b : templates) {
+        SCOPED_TRACE(testing::Message() << type << ": " << a.type << ' ' << a.status << ", "
+                                        << b.type << ' ' << b.status);
+        const bool fits = a.type == type && b.type == type;
+        const int worst = a.status != VXM_OK ? a.status : b.status;
+        const Verdict verdict = Verify(a.bytes, b.bytes);
+        EXPECT_EQ(verdict.status, fits ? worst : VXM_ERR_TEMPLATE_TYPE);
+        EXPECT_EQ(verdict.verified, verdict.status == VXM_OK ? 1 : 0);
+        EXPECT_EQ(verdict.score > 0, verdict.status == VXM_OK);
+      }
+    }
+    ExpectLockFree();
+  }
+}
+
+TEST_F(VerificationTest, NullIsRefusedAndClearsTheOutputs) {
+  const Bytes bytes = made::Touch(TEMPLATE_NATIVE, 1, 1);
+  const int size = static_cast<int>(bytes.size());
+  for (int missing = 0; missing < 5; missing++) {
+    SCOPED_TRACE(missing);
+    float score = 0.5f;
+    int verified = 7;
+    MatcherHandle handle = missing == 0 ? nullptr : matcher;
+    const uint8_t* a = missing == 1 ? nullptr : bytes.data();
+    const uint8_t* b = missing == 2 ? nullptr : bytes.data();
+    float* scoreOut = missing == 3 ? nullptr : &score;
+    int* verifiedOut = missing == 4 ? nullptr : &verified;
+    EXPECT_EQ(VXM_VerifyEx(handle, a, size, b, size, scoreOut, verifiedOut),
+              VXM_ERR_INVALID_PARAMETERS);
+    EXPECT_EQ(score, missing == 3 ? 0.5f : 0.0f);
+    EXPECT_EQ(verified, missing == 4 ? 7 : 0);
+    verified = 7;
+    EXPECT_EQ(VXM_Verify(handle, a, size, b, size, verifiedOut),
+              missing == 3 ? VXM_OK : VXM_ERR_INVALID_PARAMETERS);
+    EXPECT_EQ(verified, missing == 4 ? 7 : missing == 3 ? 1 : 0);
+  }
+  ExpectLockFree();
+}
+
+TEST_F(VerificationTest, FewerThanFourMinutiaeScoreNothing) {
+  const made::Minutiae minutiae = {At(20, 20), At(90, 30), At(40, 90), At(100, 110)};
+  for (const int type : made::allTypes) {
+    ASSERT_EQ(VXM_SetTemplateType(matcher, type), VXM_OK);
+    const Bytes four = made::Encode(made::Plain(8, 8, minutiae), type);
+    const Bytes three =
+        made::Encode(made::Plain(8, 8, {minutiae.begin(), minutiae.begin() + 3}), type);
+    EXPECT_GT(Verify(four, four).score, 0) << type;
+    for (const auto& [a, b] : {std::pair(three, three), {three, four}, {four, three}}) {
+      EXPECT_EQ(Verify(a, b), (Verdict{VXM_OK, 0, 0})) << type;
+    }
+  }
+}
+
+// The retry compares the turned first template too and takes the better score.
+TEST_F(VerificationTest, RetryTakesTheBetterOfTwo) {
+  for (uint64_t finger = 0; finger < 6; finger++) {
+    SCOPED_TRACE(finger);
+    const int off = 0;
+    const int on = 1;
+    const Bytes upright = made::Touch(TEMPLATE_NATIVE, finger, 1);
+    const Bytes other = made::Touch(TEMPLATE_NATIVE, finger, 2);
+    Bytes turned = upright;
+    ASSERT_EQ(VXM_RotateTemplate(matcher, turned.data(), static_cast<int>(turned.size())), VXM_OK);
+    ASSERT_EQ(VXM_SetParameter(matcher, VXM_PARAM_RETRY_TURNED, &off), VXM_OK);
+    const Verdict good = Verify(upright, other);
+    const Verdict bad = Verify(turned, other);
+    EXPECT_EQ(good.verified, 1);
+    EXPECT_EQ(bad.verified, 0);
+    ASSERT_EQ(VXM_SetParameter(matcher, VXM_PARAM_RETRY_TURNED, &on), VXM_OK);
+    EXPECT_EQ(Verify(turned, other), good);
+    EXPECT_EQ(Verify(upright, other), good);
+  }
+}
 
 // Fields: type, level, retry, two templates, status, score, decision.
 class VerificationKnownAnswerTest : public MatcherTest,

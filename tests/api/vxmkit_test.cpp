@@ -8,6 +8,7 @@
 #include <climits>
 #include <cmath>
 #include <functional>
+#include <thread>
 
 #include "support/guarded_buffer.h"
 #include "support/made_templates.h"
@@ -164,6 +165,34 @@ TEST_F(HostileBytesTest, RotationStaysInItsBuffer) {
       }
     }
   }
+}
+
+// Three matchers at work at once, one of each format.
+TEST(ThreadsTest, MatchersDoNotDisturbEachOther) {
+  const auto verifyAll = [](int type) {
+    MatcherHandle matcher = nullptr;
+    EXPECT_EQ(VXM_Create(&matcher), VXM_OK);
+    EXPECT_EQ(VXM_SetTemplateType(matcher, type), VXM_OK);
+    std::vector<Answer> answers;
+    for (uint64_t finger = 0; finger < 10; finger++) {
+      const Bytes a = made::Touch(type, finger, 1);
+      const Bytes b = made::Touch(type, finger / 2 * 2, 2);
+      const int sizeA = static_cast<int>(a.size());
+      const int sizeB = static_cast<int>(b.size());
+      answers.push_back(Verify(matcher, a.data(), sizeA, b.data(), sizeB));
+      answers.push_back(Search(VXM_IdentifyMT, matcher, a.data(), sizeA, b.data(), sizeB));
+      answers.push_back(Incremental(matcher, a.data(), sizeA, b.data(), sizeB));
+    }
+    EXPECT_EQ(VXM_Delete(matcher), VXM_OK);
+    return answers;
+  };
+  std::vector<Answer> together[3];
+  std::vector<std::thread> threads;
+  for (size_t i = 0; i < 3; i++) {
+    threads.emplace_back([&, i] { together[i] = verifyAll(made::allTypes[i]); });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (size_t i = 0; i < 3; i++) EXPECT_EQ(together[i], verifyAll(made::allTypes[i]));
 }
 
 }  // namespace
