@@ -2,51 +2,29 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cmath>
 #include <cstdlib>
 #include <future>
 
 #include "support/known_answers.h"
 #include "support/made_templates.h"
+#include "support/matcher_calls.h"
 #include "support/matcher_fixture.h"
 
 namespace {
 
+using calls::Answer;
+using calls::Verify;
 using made::At;
 using made::Bytes;
 
-struct Verdict {
-  int status;
-  int score;
-  int verified;
-};
-
-bool operator==(const Verdict& a, const Verdict& b) {
-  return a.status == b.status && a.score == b.score && a.verified == b.verified;
-}
-
-void PrintTo(const Verdict& verdict, std::ostream* out) {
-  *out << verdict.status << ", score " << verdict.score << ", verified " << verdict.verified;
-}
-
 class VerificationTest : public MatcherTest {
  protected:
-  Verdict Verify(const Bytes& a, const Bytes& b) { return VerifyOn(matcher, a, b); }
-
-  static Verdict VerifyOn(MatcherHandle on, const Bytes& a, const Bytes& b) {
-    float score = -1.0f;
-    int verified = -1;
-    const int status = VXM_VerifyEx(on, a.data(), static_cast<int>(a.size()), b.data(),
-                                    static_cast<int>(b.size()), &score, &verified);
-    return {status, static_cast<int>(std::lround(score * 10000.0f)), verified};
-  }
-
   // Ends the program when another matcher on another thread cannot verify.
   static void ExpectLockFree() {
     auto done = std::async(std::launch::async, [] {
       MatcherHandle other = nullptr;
       EXPECT_EQ(VXM_Create(&other), VXM_OK);
-      EXPECT_EQ(VerifyOn(other, Bytes(1), Bytes(1)).status, VXM_ERR_INVALID_PARAMETERS);
+      EXPECT_EQ(calls::Verify(other, Bytes(1), Bytes(1)).status, VXM_ERR_INVALID_PARAMETERS);
       EXPECT_EQ(VXM_Delete(other), VXM_OK);
     });
     if (done.wait_for(std::chrono::seconds(60)) != std::future_status::ready) std::abort();
@@ -79,10 +57,10 @@ TEST_F(VerificationTest, TypeAndStateOfBothTemplatesDecideTheStatus) {
                                         << b.type << ' ' << b.status);
         const bool fits = a.type == type && b.type == type;
         const int worst = a.status != VXM_OK ? a.status : b.status;
-        const Verdict verdict = Verify(a.bytes, b.bytes);
-        EXPECT_EQ(verdict.status, fits ? worst : VXM_ERR_TEMPLATE_TYPE);
-        EXPECT_EQ(verdict.verified, verdict.status == VXM_OK ? 1 : 0);
-        EXPECT_EQ(verdict.score > 0, verdict.status == VXM_OK);
+        const Answer answer = Verify(matcher, a.bytes, b.bytes);
+        EXPECT_EQ(answer.status, fits ? worst : VXM_ERR_TEMPLATE_TYPE);
+        EXPECT_EQ(answer.output, answer.status == VXM_OK ? 1 : 0);
+        EXPECT_EQ(answer.score > 0, answer.status == VXM_OK);
       }
     }
     ExpectLockFree();
@@ -120,9 +98,9 @@ TEST_F(VerificationTest, FewerThanFourMinutiaeScoreNothing) {
     const Bytes four = made::Encode(made::Plain(8, 8, minutiae), type);
     const Bytes three =
         made::Encode(made::Plain(8, 8, {minutiae.begin(), minutiae.begin() + 3}), type);
-    EXPECT_GT(Verify(four, four).score, 0) << type;
+    EXPECT_GT(Verify(matcher, four, four).score, 0) << type;
     for (const auto& [a, b] : {std::pair(three, three), {three, four}, {four, three}}) {
-      EXPECT_EQ(Verify(a, b), (Verdict{VXM_OK, 0, 0})) << type;
+      EXPECT_EQ(Verify(matcher, a, b), (Answer{VXM_OK, 0, 0})) << type;
     }
   }
 }
@@ -131,20 +109,18 @@ TEST_F(VerificationTest, FewerThanFourMinutiaeScoreNothing) {
 TEST_F(VerificationTest, RetryTakesTheBetterOfTwo) {
   for (uint64_t finger = 0; finger < 6; finger++) {
     SCOPED_TRACE(finger);
-    const int off = 0;
-    const int on = 1;
     const Bytes upright = made::Touch(TEMPLATE_NATIVE, finger, 1);
     const Bytes other = made::Touch(TEMPLATE_NATIVE, finger, 2);
     Bytes turned = upright;
     ASSERT_EQ(VXM_RotateTemplate(matcher, turned.data(), static_cast<int>(turned.size())), VXM_OK);
-    ASSERT_EQ(VXM_SetParameter(matcher, VXM_PARAM_RETRY_TURNED, &off), VXM_OK);
-    const Verdict good = Verify(upright, other);
-    const Verdict bad = Verify(turned, other);
-    EXPECT_EQ(good.verified, 1);
-    EXPECT_EQ(bad.verified, 0);
-    ASSERT_EQ(VXM_SetParameter(matcher, VXM_PARAM_RETRY_TURNED, &on), VXM_OK);
-    EXPECT_EQ(Verify(turned, other), good);
-    EXPECT_EQ(Verify(upright, other), good);
+    calls::Set(matcher, VXM_PARAM_RETRY_TURNED, 0);
+    const Answer good = Verify(matcher, upright, other);
+    const Answer bad = Verify(matcher, turned, other);
+    EXPECT_EQ(good.output, 1);
+    EXPECT_EQ(bad.output, 0);
+    calls::Set(matcher, VXM_PARAM_RETRY_TURNED, 1);
+    EXPECT_EQ(Verify(matcher, turned, other), good);
+    EXPECT_EQ(Verify(matcher, upright, other), good);
   }
 }
 
@@ -154,29 +130,19 @@ class VerificationKnownAnswerTest : public MatcherTest,
 
 TEST_P(VerificationKnownAnswerTest, Holds) {
   const known::KnownAnswer& answer = GetParam();
-  const int level = answer.Number(1);
-  const int retry = answer.Number(2);
-  const known::Bytes a = answer.Template(3);
-  const known::Bytes b = answer.Template(4);
-  const int status = answer.Number(5);
+  const Bytes a = answer.Template(3);
+  const Bytes b = answer.Template(4);
+  const Answer expected = {answer.Number(5), answer.Number(6), answer.Number(7)};
   ASSERT_EQ(VXM_SetTemplateType(matcher, answer.Number(0)), VXM_OK);
-  ASSERT_EQ(VXM_SetParameter(matcher, VXM_PARAM_SECURITY_LEVEL, &level), VXM_OK);
-  ASSERT_EQ(VXM_SetParameter(matcher, VXM_PARAM_RETRY_TURNED, &retry), VXM_OK);
+  calls::Set(matcher, VXM_PARAM_SECURITY_LEVEL, answer.Number(1));
+  calls::Set(matcher, VXM_PARAM_RETRY_TURNED, answer.Number(2));
+  EXPECT_EQ(Verify(matcher, a, b), expected);
 
-  // Outputs are written also by a call that fails.
-  float score = -1.0f;
   int verified = -1;
-  EXPECT_EQ(VXM_VerifyEx(matcher, a.data(), static_cast<int>(a.size()), b.data(),
-                         static_cast<int>(b.size()), &score, &verified),
-            status);
-  EXPECT_EQ(std::lround(score * 10000.0f), answer.Number(6));
-  EXPECT_EQ(verified, answer.Number(7));
-
-  verified = -1;
   EXPECT_EQ(VXM_Verify(matcher, a.data(), static_cast<int>(a.size()), b.data(),
                        static_cast<int>(b.size()), &verified),
-            status);
-  EXPECT_EQ(verified, answer.Number(7));
+            expected.status);
+  EXPECT_EQ(verified, expected.output);
 }
 
 INSTANTIATE_TEST_SUITE_P(File, VerificationKnownAnswerTest,

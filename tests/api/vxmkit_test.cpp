@@ -6,22 +6,23 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cmath>
-#include <functional>
+#include <random>
 #include <thread>
 
 #include "support/guarded_buffer.h"
 #include "support/made_templates.h"
+#include "support/matcher_calls.h"
 #include "support/matcher_fixture.h"
 
 namespace {
 
+using calls::Answer;
+using calls::Template;
 using made::At;
 using made::Bytes;
 using made::FieldAt;
 using made::With;
 using made::With16;
-using Answer = std::vector<int>;
 
 using HostileBytesTest = MatcherTest;
 
@@ -48,99 +49,44 @@ std::vector<Bytes> Variants(int type) {
           With16(good, FieldAt(type, 14), 0)};
 }
 
-struct Input {
-  MatcherHandle matcher;
-  const uint8_t* bytes;
-  int size;
-  const uint8_t* other;  // a good template
-  int otherSize;
-};
-
-using Identify = decltype(&VXM_Identify);
-
-Answer Verify(MatcherHandle matcher, const uint8_t* a, int sizeA, const uint8_t* b, int sizeB) {
-  float score = -1.0f;
-  int verified = -1;
-  const int status = VXM_VerifyEx(matcher, a, sizeA, b, sizeB, &score, &verified);
-  return {status, static_cast<int>(std::lround(score * 10000.0f)), verified};
+Answer Incremental(MatcherHandle matcher, Template probe, Template candidate) {
+  const int status = VXM_IdentifyInit(matcher, probe.data, probe.size);
+  return status != VXM_OK ? Answer{status, 0, 0} : calls::IdentifyNext(matcher, candidate);
 }
 
-Answer Search(Identify identify, MatcherHandle matcher, const uint8_t* probe, int probeSize,
-              const uint8_t* candidate, int candidateSize) {
-  int index = -2;
-  const int status = identify(matcher, probe, probeSize, &candidate, &candidateSize, 1, 0, &index);
-  return {status, index};
+// What all calls that compare answer to one template in the place of another.
+std::vector<Answer> AnswersTo(MatcherHandle matcher, Template bytes, Template other) {
+  std::vector<Answer> answers = {
+      calls::Verify(matcher, bytes, other), calls::Verify(matcher, other, bytes),
+      Incremental(matcher, bytes, other), Incremental(matcher, other, bytes)};
+  for (const calls::IdentifyForm& form : calls::identifyForms) {
+    if (!form.inBuffer) answers.push_back(calls::Identify(form, matcher, bytes, {other}));
+    if (!form.twoThreads) answers.push_back(calls::Identify(form, matcher, other, {bytes}));
+  }
+  return answers;
 }
-
-Answer Incremental(MatcherHandle matcher, const uint8_t* probe, int probeSize,
-                   const uint8_t* candidate, int candidateSize) {
-  int matched = -1;
-  const int init = VXM_IdentifyInit(matcher, probe, probeSize);
-  if (init != VXM_OK) return {init};
-  return {init, VXM_IdentifyNext(matcher, candidate, candidateSize, &matched), matched};
-}
-
-const struct {
-  const char* what;
-  std::function<Answer(const Input&)> run;
-} calls[] = {
-    {"verify, first",
-     [](const Input& in) { return Verify(in.matcher, in.bytes, in.size, in.other, in.otherSize); }},
-    {"verify, second",
-     [](const Input& in) { return Verify(in.matcher, in.other, in.otherSize, in.bytes, in.size); }},
-    {"identify, probe",
-     [](const Input& in) {
-       return Search(VXM_Identify, in.matcher, in.bytes, in.size, in.other, in.otherSize);
-     }},
-    {"identify, candidate",
-     [](const Input& in) {
-       return Search(VXM_Identify, in.matcher, in.other, in.otherSize, in.bytes, in.size);
-     }},
-    {"identify, candidate in a buffer",
-     [](const Input& in) {
-       return Search(VXM_Identify_J, in.matcher, in.other, in.otherSize, in.bytes, in.size);
-     }},
-    {"identify with two threads, probe",
-     [](const Input& in) {
-       return Search(VXM_IdentifyMT, in.matcher, in.bytes, in.size, in.other, in.otherSize);
-     }},
-    {"incremental, probe",
-     [](const Input& in) {
-       return Incremental(in.matcher, in.bytes, in.size, in.other, in.otherSize);
-     }},
-    {"incremental, candidate",
-     [](const Input& in) {
-       return Incremental(in.matcher, in.other, in.otherSize, in.bytes, in.size);
-     }},
-};
 
 TEST_F(HostileBytesTest, NothingBeyondTheSizeIsReadOrCounts) {
-  const int on = 1;
-  ASSERT_EQ(VXM_SetParameter(matcher, VXM_PARAM_RETRY_TURNED, &on), VXM_OK);
+  calls::Set(matcher, VXM_PARAM_RETRY_TURNED, 1);
   GuardedBuffer guarded(4096);
   for (const int type : made::allTypes) {
     ASSERT_EQ(VXM_SetTemplateType(matcher, type), VXM_OK);
     const Bytes other = SmallTemplate(type);
-    const auto run = [&](const auto& call, const uint8_t* bytes, int size) {
-      return call.run({matcher, bytes, size, other.data(), static_cast<int>(other.size())});
-    };
-    size_t variant = 0;
-    for (const Bytes& bytes : Variants(type)) {
-      SCOPED_TRACE(testing::Message() << type << " variant " << variant++);
+    const std::vector<Bytes> variants = Variants(type);
+    for (const Bytes& bytes : variants) {
+      SCOPED_TRACE(testing::Message() << type << " variant " << &bytes - &variants[0]);
       for (size_t size = 0; size <= bytes.size(); size++) {
-        Bytes followed(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size));
+        const int length = static_cast<int>(size);
+        Bytes followed(bytes.begin(), bytes.begin() + length);
         followed.resize(size + 3000, 0xB7);
-        for (const auto& call : calls) {
-          const Answer answer = run(call, guarded.Put(bytes, size), static_cast<int>(size));
-          ASSERT_EQ(answer, run(call, followed.data(), static_cast<int>(size)))
-              << call.what << ", size " << size;
-        }
+        ASSERT_EQ(AnswersTo(matcher, {guarded.Put(bytes, size), length}, other),
+                  AnswersTo(matcher, {followed.data(), length}, other))
+            << "size " << size;
       }
       for (const int size : {-1, INT_MIN}) {
-        for (const auto& call : calls) {
-          ASSERT_EQ(run(call, guarded.Put(bytes, 0), size), run(call, bytes.data(), 0))
-              << call.what << ", size " << size;
-        }
+        ASSERT_EQ(AnswersTo(matcher, {guarded.Put(bytes, 0), size}, other),
+                  AnswersTo(matcher, {bytes.data(), 0}, other))
+            << "size " << size;
       }
     }
   }
@@ -167,32 +113,60 @@ TEST_F(HostileBytesTest, RotationStaysInItsBuffer) {
   }
 }
 
-// Three matchers at work at once, one of each format.
+// A matcher for each thread: all give what they give alone.
 TEST(ThreadsTest, MatchersDoNotDisturbEachOther) {
-  const auto verifyAll = [](int type) {
+  const auto work = [](int type) {
     MatcherHandle matcher = nullptr;
     EXPECT_EQ(VXM_Create(&matcher), VXM_OK);
     EXPECT_EQ(VXM_SetTemplateType(matcher, type), VXM_OK);
-    std::vector<Answer> answers;
-    for (uint64_t finger = 0; finger < 10; finger++) {
+    std::vector<std::vector<Answer>> answers;
+    for (uint64_t finger = 0; finger < 6; finger++) {
       const Bytes a = made::Touch(type, finger, 1);
       const Bytes b = made::Touch(type, finger / 2 * 2, 2);
-      const int sizeA = static_cast<int>(a.size());
-      const int sizeB = static_cast<int>(b.size());
-      answers.push_back(Verify(matcher, a.data(), sizeA, b.data(), sizeB));
-      answers.push_back(Search(VXM_IdentifyMT, matcher, a.data(), sizeA, b.data(), sizeB));
-      answers.push_back(Incremental(matcher, a.data(), sizeA, b.data(), sizeB));
+      answers.push_back(AnswersTo(matcher, a, b));
     }
     EXPECT_EQ(VXM_Delete(matcher), VXM_OK);
     return answers;
   };
-  std::vector<Answer> together[3];
+  std::vector<std::vector<Answer>> together[3];
   std::vector<std::thread> threads;
   for (size_t i = 0; i < 3; i++) {
-    threads.emplace_back([&, i] { together[i] = verifyAll(made::allTypes[i]); });
+    threads.emplace_back([&, i] { together[i] = work(made::allTypes[i]); });
   }
   for (std::thread& thread : threads) thread.join();
-  for (size_t i = 0; i < 3; i++) EXPECT_EQ(together[i], verifyAll(made::allTypes[i]));
+  for (size_t i = 0; i < 3; i++) EXPECT_EQ(together[i], work(made::allTypes[i]));
+}
+
+// What a matcher was used for before changes no answer: everything that is asked
+// of a much-used matcher is asked of a new one too.
+TEST(HistoryTest, AnswersDoNotDependOnIt) {
+  MatcherHandle used = nullptr;
+  ASSERT_EQ(VXM_Create(&used), VXM_OK);
+  std::minstd_rand random(7);
+  const auto draw = [&random](size_t below) { return random() / 16 % below; };
+  for (int step = 0; step < 150; step++) {
+    SCOPED_TRACE(step);
+    MatcherHandle fresh = nullptr;
+    ASSERT_EQ(VXM_Create(&fresh), VXM_OK);
+    const int type = made::allTypes[draw(3)];
+    const int values[] = {static_cast<int>(1 + draw(7)), draw(2) != 0, draw(2) != 0};
+    for (const MatcherHandle matcher : {used, fresh}) {
+      EXPECT_EQ(VXM_SetTemplateType(matcher, type), VXM_OK);
+      calls::Set(matcher, VXM_PARAM_SECURITY_LEVEL, values[0]);
+      calls::Set(matcher, VXM_PARAM_FAST_MODE, values[1]);
+      calls::Set(matcher, VXM_PARAM_RETRY_TURNED, values[2]);
+    }
+    // Templates of very different sizes; now and then one that hardly is one.
+    vxmsynth::ImpressionSettings settings;
+    settings.gridWidth = static_cast<int>(3 + draw(30));
+    const uint64_t finger = draw(20);
+    const Bytes a = made::Touch(type, finger, draw(3));
+    const Bytes b = draw(6) == 0 ? SmallTemplate(made::allTypes[draw(3)])
+                                 : made::Touch(type, finger, 5, settings);
+    EXPECT_EQ(AnswersTo(used, a, b), AnswersTo(fresh, a, b));
+    EXPECT_EQ(VXM_Delete(fresh), VXM_OK);
+  }
+  EXPECT_EQ(VXM_Delete(used), VXM_OK);
 }
 
 }  // namespace

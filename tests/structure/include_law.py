@@ -51,7 +51,8 @@ ENGINE_RECORDS = ("src/engine/workspace.h", "src/engine/records.h", "src/engine/
 
 # Of the tests' helpers, those that know nothing of the inside.
 INTERFACE_SUPPORT = ("tests/support/guarded_buffer.h", "tests/support/known_answers.h",
-                     "tests/support/made_templates.h", "tests/support/matcher_fixture.h")
+                     "tests/support/made_templates.h", "tests/support/matcher_calls.h",
+                     "tests/support/matcher_fixture.h")
 
 LAWS = (
     Law("include/", (), C_HEADERS),
