@@ -11,23 +11,21 @@ namespace {
 
 bool Matches(Matcher& matcher, const vxm::MatchWorkspace& probe) {
   vxm::WorkingSet& set = matcher.caller;
-  const int score = vxm::StagedCompareNative(probe, set.candidateWorkspace, set.engineContext,
-                                             set.result, set.probeNeedsPrepare, matcher.fastMode,
-                                             set.reducedProbe, set.reducedCandidate);
+  const int score =
+      vxm::StagedCompareNative(probe, set.candidateWorkspace, set.staged, matcher.fastMode);
   return score >= vxm::ThresholdAt(vxm::nativeThresholds, matcher.securityLevel);
 }
 
-// Upright and turned probe take turns in the context, so neither finds its own
-// tables there.
+// Upright and turned probe take turns, so neither finds its own tables.
 bool MatchesEitherWay(Matcher& matcher) {
-  bool& needsPrepare = matcher.caller.probeNeedsPrepare;
-  needsPrepare = true;
+  vxm::StagedContext& staged = matcher.caller.staged;
+  vxm::ForgetProbe(staged);
   bool matches = Matches(matcher, matcher.caller.probeWorkspace);
   if (!matches) {
-    needsPrepare = true;
+    vxm::ForgetProbe(staged);
     matches = Matches(matcher, matcher.spareWorkspace);
   }
-  needsPrepare = true;
+  vxm::ForgetProbe(staged);
   return matches;
 }
 
@@ -41,7 +39,7 @@ int VXM_CALL VXM_IdentifyInit(MatcherHandle handle, const unsigned char* probe, 
     return VXM_ERR_TEMPLATE_TYPE;
   }
   if (handle->retryTurnedProbe) vxm::TurnWorkspace(handle->spareWorkspace, set.probeWorkspace);
-  set.probeNeedsPrepare = true;
+  vxm::ForgetProbe(set.staged);
   return VXM_OK;
 }
 

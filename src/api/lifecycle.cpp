@@ -9,7 +9,6 @@ int VXM_CALL VXM_Create(MatcherHandle* handle) {
   *handle = nullptr;
   std::unique_ptr<Matcher> matcher(new (std::nothrow) Matcher);
   if (matcher == nullptr) return VXM_ERROR;
-  matcher->caller.probeNeedsPrepare = true;
   matcher->abortEvent.reset(vxm::platform::MakeEvent(true));
   matcher->workerStartEvent.reset(vxm::platform::MakeEvent(false));
   if (matcher->abortEvent == nullptr || matcher->workerStartEvent == nullptr) return VXM_ERROR;

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "engine/records.h"
+#include "identify/staged.h"
 #include "platform/platform.h"
 #include "templates/standard_record.h"
 #include "vxmkit.h"
@@ -19,12 +19,7 @@ struct WorkingSet {
   MatchWorkspace candidateWorkspace;
   uint8_t probeAttribute;      // templateAttribute of the loaded probe
   uint8_t candidateAttribute;  // and of the loaded candidate
-  MatchWorkspace reducedProbe;
-  MatchWorkspace reducedCandidate;
-  EngineContext engineContext;
-  MatchResult result;
-  // The tables in engineContext do not belong to the probe to be compared next.
-  bool probeNeedsPrepare;
+  StagedContext staged;
 };
 
 struct EventDeleter {

@@ -37,11 +37,7 @@ int VXM_CALL VXM_GetParameter(MatcherHandle handle, int id, void* value) {
 int VXM_CALL VXM_SetParameter(MatcherHandle handle, int id, const int* value) {
   if (handle == nullptr || value == nullptr) return VXM_ERR_INVALID_PARAMETERS;
   switch (id) {
-    case VXM_PARAM_FAST_MODE:
-      handle->fastMode = *value != 0;
-      // The prepared tables may be those of the other form of the probe.
-      handle->caller.probeNeedsPrepare = true;
-      return VXM_OK;
+    case VXM_PARAM_FAST_MODE: handle->fastMode = *value != 0; return VXM_OK;
     case VXM_PARAM_SECURITY_LEVEL: handle->securityLevel = std::clamp(*value, 1, 7); return VXM_OK;
     case VXM_PARAM_ISO_MODE:
       handle->templateType = *value != 0 ? TEMPLATE_ISO19794_2 : TEMPLATE_NATIVE;

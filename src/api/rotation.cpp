@@ -12,7 +12,7 @@ int VXM_CALL VXM_RotateTemplate(MatcherHandle handle, unsigned char* templateDat
       vxm::LoadOutcome::loaded) {
     return VXM_ERR_TEMPLATE_TYPE;
   }
-  set.probeNeedsPrepare = true;
+  vxm::ForgetProbe(set.staged);
   const vxm::MatchWorkspace& turned = set.candidateWorkspace;
   vxm::TurnWorkspace(set.candidateWorkspace, set.probeWorkspace);
   if (format == vxm::TemplateFormat::native) {

@@ -35,7 +35,7 @@ int LoadBoth(Matcher& matcher, TemplateFormat format, Bytes first, Bytes second)
     }
   }
   vxm::WorkingSet& set = matcher.caller;
-  set.probeNeedsPrepare = true;
+  vxm::ForgetProbe(set.staged);
   if (vxm::LoadTemplate(format, first.data, first.size, set.probeWorkspace, set.probeAttribute) !=
           LoadOutcome::loaded ||
       vxm::LoadTemplate(format, second.data, second.size, set.candidateWorkspace,
@@ -47,7 +47,7 @@ int LoadBoth(Matcher& matcher, TemplateFormat format, Bytes first, Bytes second)
 
 int Score(vxm::WorkingSet& set, TemplateFormat format, const vxm::MatchWorkspace& probe) {
   const auto match = format == TemplateFormat::native ? vxm::MatchNative : vxm::MatchStandard;
-  return match(probe, set.candidateWorkspace, set.engineContext, set.result, true);
+  return match(probe, set.candidateWorkspace, set.staged.full, set.staged.result, true);
 }
 
 }  // namespace

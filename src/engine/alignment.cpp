@@ -1,7 +1,7 @@
 // Alignment search: the rigid motion that lays the probe on the reference best.
 //
-// In: geometries, candidate weights and seeds. Out: the raw score of the best
-// alignment, its motion, its pairings, and the two seeds that gave it.
+// In: geometries and seeds. Out: the raw score of the best alignment, its
+// motion, its pairings, and the two seeds that gave it.
 // Idea: two correspondences fix a motion. The best-voted seeds are tried as the
 // first, all seeds with votes as the second; for each such attempt the probe's
 // minutiae are projected into the reference and paired greedily, and what is
@@ -9,19 +9,17 @@
 // Every pairing must also fit the first seed in distance and direction; those
 // that do are listed once per first seed. The winner is weighed again: pairings
 // whose neighbours are paired too count for more.
-// Cost: per attempt one step per minutia and compatible candidate.
+// Cost: most attempts end at the first tests; the others cost one step per
+// minutia and per listed correspondence, in vectors.
 #include <algorithm>
 #include <cstdlib>
 
-#include "engine/numeric.h"
 #include "engine/scoring.h"
 #include "engine/stages.h"
+#include "platform/cpu.h"
 
 namespace vxm {
 namespace {
-
-using EngineParams::seedAngleTolerance;
-using EngineParams::seedDistanceTolerance;
 
 // The score from which on no better alignment is looked for, times the norm.
 constexpr int goodEnough = 100000;
@@ -33,11 +31,10 @@ int MinOverlap(int probeCount, int referenceCount) {
 // First seeds need this many votes: half of the best seed's, and some at all.
 int FirstSeedVotes(const EngineContext& context) {
   constexpr int manyMinutiae = 25;
-  int votes = std::max(context.seeds[0].seedVotes / 2 - 1, 1);
-  if (std::min(context.probeGeometry.count, context.referenceGeometry.count) >= manyMinutiae) {
-    votes = std::max(votes, 4);
-  }
-  return votes;
+  const int votes = std::max(context.seeds[0].seedVotes / 2 - 1, 1);
+  const bool large =
+      std::min(context.probeGeometry.count, context.referenceGeometry.count) >= manyMinutiae;
+  return large ? std::max(votes, 4) : votes;
 }
 
 int CountSeeds(const EngineContext& context, int minVotes) {
@@ -52,186 +49,215 @@ Correspondence SeedAt(const EngineContext& context, int place) {
   return {context.seeds[place].seedProbe, context.seeds[place].seedMate};
 }
 
-bool CompatibleWithSeed(const EngineContext& context, Correspondence seed, Correspondence other) {
-  const TemplateGeometry& probe = context.probeGeometry;
-  const TemplateGeometry& reference = context.referenceGeometry;
-  const int probeDistance = probe.distance[seed.probe][other.probe];
-  const int distance = reference.distance[seed.reference][other.reference];
-  if (distance < EngineParams::minPairDistance) return false;
-  if (std::abs(distance - probeDistance) > seedDistanceTolerance) return false;
-  if (!AnglesAgree(reference.relativeAngle[seed.reference][other.reference],
-                   probe.relativeAngle[seed.probe][other.probe], seedAngleTolerance)) {
-    return false;
-  }
-  const int turn = AngleBetween(reference.lineAngle[seed.reference][other.reference],
-                                probe.lineAngle[seed.probe][other.probe]);
-  return WithinTolerance(turn, EngineParams::lineTolerance) &&
-         AnglesAgree(context.rotation[seed.probe][seed.reference], turn, seedAngleTolerance) &&
-         AnglesAgree(context.rotation[other.probe][other.reference], turn, seedAngleTolerance);
-}
-
-// Lists for every probe minutia the candidates that fit beside the seed.
-void ListCompatible(EngineContext& context, Correspondence seed) {
-  const TemplateGeometry& probe = context.probeGeometry;
-  for (int a = 0; a < probe.count; a++) {
-    std::fill_n(context.compatible[a], context.referenceGeometry.count, uint8_t{0});
-    uint8_t size = 0;
-    if (probe.distance[seed.probe][a] >= EngineParams::minPairDistance) {
-      for (int k = 0; k < context.candidateListSize[a]; k++) {
-        const uint8_t b = context.candidates[a][k];
-        if (!CompatibleWithSeed(context, seed, {a, b})) continue;
-        context.compatible[a][b] = 1;
-        context.compatibleList[a][size++] = b;
-      }
-    }
-    context.compatibleListSize[a] = size;
-  }
+// The ridge orientation that stands for a minutia: that of its block, or its
+// own direction where there is no grid.
+int LocalOrientation(const TemplateGeometry& geometry, int minutia) {
+  if (!geometry.area.hasRidges) return geometry.dir[minutia] % 180;
+  const Area& area = geometry.area;
+  const int column = geometry.position[minutia].x / blockSize;
+  const int row = geometry.position[minutia].y / blockSize;
+  // A turned minutia can lie one pixel beyond the grid.
+  if (column >= area.gridWidth || row >= area.gridHeight) return background;
+  return area.grid[row][column];
 }
 
 // The motion must carry the ridges under the second seed onto each other.
 bool RidgesAgree(const EngineContext& context, int theta, Correspondence second) {
   int orientation =
-      (theta >= 180 ? theta - 180 : theta) + context.probeGeometry.localOrientation[second.probe];
+      (theta >= 180 ? theta - 180 : theta) + LocalOrientation(context.probeGeometry, second.probe);
   if (orientation >= 180) orientation -= 180;
   const int difference =
-      std::abs(orientation - context.referenceGeometry.localOrientation[second.reference]);
+      std::abs(orientation - LocalOrientation(context.referenceGeometry, second.reference));
   return difference < EngineParams::orientationTolerance ||
          difference > 180 - EngineParams::orientationTolerance;
 }
 
-// On a block with ridges, and not on the edge of the area.
-bool OnFinger(const TemplateGeometry& geometry, Point p) {
-  return p.x > 0 && p.x < geometry.gridWidth * blockSize &&  //
-         p.y > 0 && p.y < geometry.gridHeight * blockSize &&
-         geometry.grid[p.y / blockSize][p.x / blockSize] != background;
+// Inside this box a position can be in the area.
+Box BoxOf(const Area& area) {
+  return {std::max(area.firstColumn * blockSize - 1, 0), area.gridWidth * blockSize,
+          std::max(area.firstRow * blockSize - 1, 0), area.gridHeight * blockSize};
 }
 
-// Projects the probe's minutiae; answers how many fall on the reference. Those
-// that do and could pair keep their place, the others get none (x = -1).
-int ProjectProbe(EngineContext& context, const Alignment& motion, Correspondence first,
-                 Correspondence second) {
-  const MatchWorkspace& probe = *context.currentProbe;
-  int count = 0;
-  for (int m = 0; m < context.probeGeometry.count; m++) {
-    context.projectedX[m] = -1;
-    if (m == first.probe || m == second.probe) continue;
-    const Point p = Apply(motion, probe.x[m], probe.y[m]);
-    if (!OnFinger(context.referenceGeometry, p)) continue;
-    count++;
-    if (context.compatibleListSize[m] == 0) continue;
-    context.projectedX[m] = p.x;
-    context.projectedY[m] = p.y;
-  }
-  return count;
+// Projected minutiae outside this box are too near to the border to pair; it has
+// the size of the probe's area.
+Box PairingBox(const Area& area) {
+  return {6, area.gridWidth * blockSize - 6, 6, area.gridHeight * blockSize - 6};
 }
 
-// Marks the reference minutiae that fall on the probe as free; answers how many.
-int FreeReference(EngineContext& context, const Alignment& motion, Correspondence first,
-                  Correspondence second) {
-  const MatchWorkspace& reference = *context.currentReference;
-  int count = 0;
-  for (int n = 0; n < context.referenceGeometry.count; n++) {
-    if (n == first.reference || n == second.reference) continue;
-    const Point p = ApplyInverse(motion, reference.x[n], reference.y[n]);
-    const bool inside = OnFinger(context.probeGeometry, p);
-    context.referenceMate[n] = inside ? mateFree : mateOutside;
-    count += inside ? 1 : 0;
-  }
-  return count;
-}
-
-// The free candidate nearest to the projected minutia m, the later of two at
-// the same distance; -1 for none within reach.
-int NearestFree(const EngineContext& context, int m, int theta) {
-  const MatchWorkspace& reference = *context.currentReference;
-  int best = -1;
-  int bestDistance = EngineParams::pairingRadius2;
-  for (int k = 0; k < context.compatibleListSize[m]; k++) {
-    const int n = context.compatibleList[m][k];
-    if (context.referenceMate[n] != mateFree) continue;
-    const int dx = context.projectedX[m] - reference.x[n];
-    const int dy = context.projectedY[m] - reference.y[n];
-    const int distance = dx * dx + dy * dy;
-    if (distance > bestDistance) continue;
-    if (!AnglesAgree(context.rotation[m][n], theta, seedAngleTolerance)) continue;
-    best = n;
-    bestDistance = distance;
-  }
-  return best;
-}
-
-struct Paired {
-  int count;
+// One alignment, and what it lays on what.
+struct Attempt {
+  Correspondence first;
+  Correspondence second;
+  int theta;
+  Point shift;
+  MinutiaBits onReference;  // probe minutiae
+  MinutiaBits onProbe;      // reference minutiae
+  Position moved[maxRow];   // where the probe minutiae come to lie
+  int matched;
   int weight;
+  uint8_t mates[maxMinutiae][2];  // probe and reference minutiae that are paired
 };
 
-Paired PairGreedily(EngineContext& context, int theta) {
-  const int width = context.probeGeometry.gridWidth * blockSize;
-  const int height = context.probeGeometry.gridHeight * blockSize;
-  Paired paired = {0, 0};
-  for (int m = 0; m < context.probeGeometry.count; m++) {
-    if (context.projectedX[m] < 0) continue;
-    if (!InsideMargin(context.projectedX[m], context.projectedY[m], width, height)) continue;
-    const int n = NearestFree(context, m, theta);
-    if (n < 0) continue;
-    context.referenceMate[n] = static_cast<uint16_t>(m);
-    paired.count++;
-    paired.weight += context.pairWeight[m][n];
+// What is known of correspondences beside the first seed: for each probe minutia
+// the last reference minutia that was asked about, and the answer.
+struct FitMemory {
+  Correspondence seed;
+  int16_t asked[maxMinutiae];
+  bool fits[maxMinutiae];
+};
+
+bool FitsBesideSeed(const EngineContext& context, FitMemory& memory, Correspondence c) {
+  if (memory.asked[c.probe] != c.reference) {
+    memory.asked[c.probe] = static_cast<int16_t>(c.reference);
+    memory.fits[c.probe] = FitsBeside(context, memory.seed, c);
   }
-  return paired;
+  return memory.fits[c.probe];
 }
 
-// The best alignment so far is in the result; this is what else is known of it.
-struct Search {
-  int minOverlap;
-  int bestMatched = 0;
-};
+// Finds the minutiae that the motion lays on the area, the excepted two left
+// out; answers how many.
+int LayOn(const Kernels& kernels, const TemplateGeometry& geometry, const Area& area,
+          const Motion& motion, Point shift, int except1, int except2, MinutiaBits& on,
+          Position* moved) {
+  kernels.moveInto(geometry.position, geometry.count, motion, shift, BoxOf(area), on, moved);
+  on.Remove(except1);
+  on.Remove(except2);
+  int count = 0;
+  for (int word = 0; word * 32 < geometry.count; word++) {
+    uint32_t& bits = on.words[word];
+    if (area.hasRidges) {
+      for (uint32_t left = bits; left != 0; left &= left - 1) {
+        const int i = platform::LowestBit(left);
+        const Position p = moved[word * 32 + i];
+        if (area.grid[p.y / blockSize][p.x / blockSize] == background) bits ^= 1u << i;
+      }
+    }
+    count += platform::CountBits(bits);
+  }
+  return count;
+}
 
-void Attempt(EngineContext& context, Search& search, MatchResult& result, Correspondence first,
-             Correspondence second) {
+// Marks the cells around each minutia.
+void BuildNearMap(NearMap& map, const TemplateGeometry& geometry) {
+  std::fill_n(map.bits[0], NearMap::cells * (NearMap::cells / 32), 0u);
+  for (int i = 0; i < geometry.count; i++) {
+    const int column = geometry.position[i].x / NearMap::cellSize;
+    const int row = geometry.position[i].y / NearMap::cellSize;
+    for (int r = std::max(row - 1, 0); r <= std::min(row + 1, NearMap::cells - 1); r++) {
+      for (int c = std::max(column - 1, 0); c <= std::min(column + 1, NearMap::cells - 1); c++) {
+        map.bits[r][c / 32] |= 1u << (c % 32);
+      }
+    }
+  }
+}
+
+// Pairs each projected probe minutia with the nearest mate that is still free
+// and fits, the later of two at the same distance; lower probe indices first.
+void PairGreedily(const EngineContext& context, FitMemory& memory, Attempt& attempt) {
+  MinutiaBits unpaired = attempt.onProbe;
+  attempt.matched = 0;
+  attempt.weight = 0;
+  for (int k = 0; k < context.near.count;) {
+    const int m = context.near.pairs[k].probe;
+    int best = -1;
+    int bestDistance = EngineParams::pairingRadius2;
+    for (; k < context.near.count && context.near.pairs[k].probe == m; k++) {
+      const NearPair& near = context.near.pairs[k];
+      const Correspondence c = {m, near.reference};
+      if (near.distance2 > bestDistance || !unpaired.Has(c.reference)) continue;
+      if (!AnglesAgree(RotationOf(context, c), attempt.theta, EngineParams::seedAngleTolerance)) {
+        continue;
+      }
+      if (!FitsBesideSeed(context, memory, c)) continue;
+      best = c.reference;
+      bestDistance = near.distance2;
+    }
+    if (best < 0) continue;
+    unpaired.Remove(best);
+    attempt.mates[attempt.matched][0] = static_cast<uint8_t>(m);
+    attempt.mates[attempt.matched][1] = static_cast<uint8_t>(best);
+    attempt.matched++;
+    attempt.weight += PairWeight(context, {m, best});
+  }
+}
+
+void KeepAttempt(const EngineContext& context, const Attempt& attempt, int score, int overlap,
+                 MatchResult& result) {
+  result.score = score;
+  result.rotation = attempt.theta;
+  result.dx = attempt.shift.x;
+  result.dy = attempt.shift.y;
+  result.seedProbeA = attempt.first.probe;
+  result.seedProbeB = attempt.second.probe;
+  result.overlap = overlap;
+  std::fill_n(result.mate, context.probeGeometry.count, -1);
+  result.mate[attempt.first.probe] = attempt.first.reference;
+  result.mate[attempt.second.probe] = attempt.second.reference;
+  for (int k = 0; k < attempt.matched; k++) result.mate[attempt.mates[k][0]] = attempt.mates[k][1];
+}
+
+// The alignment that two seeds give, if they can stand together.
+bool Align(const EngineContext& context, Correspondence first, Correspondence second,
+           Attempt& attempt) {
+  const TemplateGeometry& probe = context.probeGeometry;
+  if (DistanceOf(probe, first.probe, second.probe) < EngineParams::minSeedSeparation ||
+      !FitsBeside(context, first, second)) {
+    return false;
+  }
+  const int theta = LineRotation(context, first, second) % 360;
+  if (!RidgesAgree(context, theta, second)) return false;
+  attempt.first = first;
+  attempt.second = second;
+  attempt.theta = theta;
+  attempt.shift = ShiftFor(theta, PointAt(probe, first.probe),
+                           PointAt(context.referenceGeometry, first.reference));
+  return true;
+}
+
+int Overlap(int onReference, int onProbe, int matched) {
+  constexpr int manyPairings = 10;
+  return matched < manyPairings ? onReference + onProbe - matched : std::max(onReference, onProbe);
+}
+
+// Tries an alignment; answers the number of pairings when it is the best so far,
+// else 0.
+int Try(EngineContext& context, FitMemory& memory, Attempt& attempt, int minOverlap,
+        MatchResult& result) {
   const TemplateGeometry& probe = context.probeGeometry;
   const TemplateGeometry& reference = context.referenceGeometry;
-  if (context.compatible[second.probe][second.reference] == 0) return;
-  if (probe.distance[first.probe][second.probe] < EngineParams::minSeedSeparation) return;
+  const Kernels& kernels = KernelsFor(context);
+  const int onReference =
+      LayOn(kernels, probe, reference.area, Forward(attempt.theta), attempt.shift,
+            attempt.first.probe, attempt.second.probe, attempt.onReference, attempt.moved);
+  if (onReference < minOverlap) return 0;
+  kernels.listNear(attempt.moved, attempt.onReference, probe.count, PairingBox(probe.area),
+                   reference, context.nearReference, context.near);
+  if (context.near.count == 0) return 0;
+  Position movedBack[maxRow];
+  const int onProbe =
+      LayOn(kernels, reference, probe.area, Backward(attempt.theta, attempt.shift), {0, 0},
+            attempt.first.reference, attempt.second.reference, attempt.onProbe, movedBack);
+  if (onProbe < minOverlap) return 0;
 
-  const int theta = AngleBetween(reference.lineAngle[first.reference][second.reference],
-                                 probe.lineAngle[first.probe][second.probe]) %
-                    360;
-  if (!RidgesAgree(context, theta, second)) return;
-  const Alignment motion = AlignmentFor(theta, PlaceOf(*context.currentProbe, first.probe),
-                                        PlaceOf(*context.currentReference, first.reference));
+  // If all that is near were paired at the largest weight, would it win?
+  const int largestWeight = context.scale == Scale::native ? maxPairWeight : maxStandardPairWeight;
+  const int mostWeight = WithSeedFactors(context, context.near.probeMinutiae * largestWeight,
+                                         attempt.first, attempt.second);
+  const int leastOverlap = Overlap(onReference, onProbe, context.near.probeMinutiae);
+  if (MostSquareOver(mostWeight, leastOverlap) <= result.score) return 0;
 
-  const int onReference = ProjectProbe(context, motion, first, second);
-  if (onReference < search.minOverlap) return;
-  context.referenceMate[first.reference] = static_cast<uint16_t>(first.probe);
-  context.referenceMate[second.reference] = static_cast<uint16_t>(second.probe);
-  const int onProbe = FreeReference(context, motion, first, second);
-  if (onProbe < search.minOverlap) return;
-
-  const Paired paired = PairGreedily(context, theta);
-  if (paired.count == 0) return;
-  constexpr int manyPairings = 10;
-  const int overlap = paired.count < manyPairings ? onReference + onProbe - paired.count
-                                                  : std::max(onReference, onProbe);
-  const int weight = WithSeedFactors(context, paired.weight, first, second);
+  PairGreedily(context, memory, attempt);
+  if (attempt.matched == 0) return 0;
+  const int overlap = Overlap(onReference, onProbe, attempt.matched);
+  const int weight = WithSeedFactors(context, attempt.weight, attempt.first, attempt.second);
   const int score = SquareOver(weight, overlap);
-  if (score <= result.score) return;
-
-  result.score = score;
-  result.rotation = motion.theta;
-  result.dx = motion.dx;
-  result.dy = motion.dy;
-  result.seedProbeA = first.probe;
-  result.seedProbeB = second.probe;
-  result.overlap = overlap;
-  KeepPairings(context, result);
-  search.bestMatched = paired.count;
+  if (score <= result.score) return 0;
+  KeepAttempt(context, attempt, score, overlap, result);
+  return attempt.matched;
 }
 
 // Twice 1024 when all neighbours of both minutiae are paired; within bounds.
-int NeighbourSupport(const EngineContext& context, const MatchResult& result, int m) {
-  const Neighbourhood probe = PairedNeighboursOfProbe(context, result, m);
-  const Neighbourhood reference = PairedNeighboursOfReference(context, result.mate[m]);
+int NeighbourSupport(Neighbourhood probe, Neighbourhood reference) {
   const int support =
       (probe.paired + reference.paired) * 2048 / (probe.minutiae + reference.minutiae);
   return std::clamp(support, 800, 1200);
@@ -242,23 +268,27 @@ int NeighbourSupport(const EngineContext& context, const MatchResult& result, in
 void SearchAlignment(EngineContext& context, MatchResult& result) {
   const int probeCount = context.probeGeometry.count;
   const int referenceCount = context.referenceGeometry.count;
+  const int minOverlap = MinOverlap(probeCount, referenceCount);
   const int norm = ScoreNorm(probeCount, referenceCount);
   const int firstCount = CountSeeds(context, FirstSeedVotes(context));
   const int secondCount = CountSeeds(context, 3);
-  Search search = {MinOverlap(probeCount, referenceCount)};
+  int bestMatched = 0;
+  bool mapped = false;
   for (int s = 0; s < firstCount && result.score <= norm * goodEnough; s++) {
-    if (context.seeds[s].seedVotes <= search.bestMatched) continue;
-    const Correspondence first = SeedAt(context, s);
-    ListCompatible(context, first);
+    if (context.seeds[s].seedVotes <= bestMatched) continue;
+    FitMemory memory;
+    memory.seed = SeedAt(context, s);
+    std::fill_n(memory.asked, probeCount, int16_t{-1});
     for (int k = 0; k < secondCount && result.score <= norm * goodEnough; k++) {
-      Attempt(context, search, result, first, SeedAt(context, k));
+      Attempt attempt;
+      if (!Align(context, memory.seed, SeedAt(context, k), attempt)) continue;
+      if (!mapped) BuildNearMap(context.nearReference, context.referenceGeometry);
+      mapped = true;
+      const int matched = Try(context, memory, attempt, minOverlap, result);
+      if (matched != 0) bestMatched = matched;
     }
   }
-  if (search.bestMatched != 0) {
-    ListReferenceMates(context, result);
-    result.score = Rescore(context, result, result.overlap,
-                           [&](int m) { return NeighbourSupport(context, result, m); });
-  }
+  if (bestMatched != 0) result.score = Rescore(context, result, result.overlap, NeighbourSupport);
   result.score = result.score / norm / 100;
 }
 

@@ -37,6 +37,14 @@ constexpr bool AnglesAgree(int a, int b, int tolerance) {
   return WithinTolerance(a < b ? b - a : a - b, tolerance);
 }
 
+// Whether a difference of plain angles, with either sign and up to two turns, is
+// within the tolerance.
+constexpr bool SmallTurn(int difference, int tolerance) {
+  const int size = difference < 0 ? -difference : difference;
+  const int rest = size >= 360 ? size - 360 : size;
+  return (rest <= tolerance) | (rest >= 360 - tolerance);
+}
+
 // a - b for angles, brought up by a full turn when negative.
 constexpr int AngleBetween(int a, int b) {
   const int difference = a - b;
@@ -48,38 +56,41 @@ struct Point {
   int y;
 };
 
-// A rigid motion: a turn about the origin by whole degrees, then a shift.
-struct Alignment {
-  int theta;  // 0..359
-  int dx;
-  int dy;
+// A motion of the plane in integers: (x - x0, y - y0) times a matrix in 1024ths,
+// rounded.
+struct Motion {
+  int xx, xy;
+  int yx, yy;
+  int x0, y0;
 };
 
-inline Point Rotate(int theta, int x, int y) {
+// The turn about the origin by theta degrees.
+inline Motion Forward(int theta) {
   const int cs = cosTable[theta];
   const int sn = sinTable[theta];
-  return {(x * cs - y * sn + 512) >> 10, (x * sn + y * cs + 512) >> 10};
+  return {cs, -sn, sn, cs, 0, 0};
 }
 
-inline Point Apply(const Alignment& alignment, int x, int y) {
-  const Point turned = Rotate(alignment.theta, x, y);
-  return {turned.x + alignment.dx, turned.y + alignment.dy};
+// Back from there: the shift undone, then the turn. The two roundings make it
+// differ from the exact inverse by up to a pixel.
+inline Motion Backward(int theta, Point shift) {
+  const int cs = cosTable[theta];
+  const int sn = sinTable[theta];
+  return {cs, sn, -sn, cs, shift.x, shift.y};
 }
 
-// Where a reference point comes from: shifted back, then turned back. The two
-// roundings make it differ from the exact inverse by up to a pixel.
-inline Point ApplyInverse(const Alignment& alignment, int x, int y) {
-  const int cs = cosTable[alignment.theta];
-  const int sn = sinTable[alignment.theta];
-  const int u = x - alignment.dx;
-  const int v = y - alignment.dy;
-  return {(u * cs + v * sn + 512) >> 10, (v * cs - u * sn + 512) >> 10};
+// The shift that, after the turn, carries one point onto another.
+inline Point ShiftFor(int theta, Point from, Point to) {
+  const int cs = cosTable[theta];
+  const int sn = sinTable[theta];
+  return {to.x - ((cs * from.x - sn * from.y + 512) >> 10),
+          to.y - ((sn * from.x + cs * from.y + 512) >> 10)};
 }
 
-// The alignment that turns by `theta` and carries one point onto another.
-inline Alignment AlignmentFor(int theta, Point from, Point to) {
-  const Point turned = Rotate(theta, from.x, from.y);
-  return {theta, to.x - turned.x, to.y - turned.y};
+inline Point Move(const Motion& motion, Point p) {
+  const int x = p.x - motion.x0;
+  const int y = p.y - motion.y0;
+  return {(motion.xx * x + motion.xy * y + 512) >> 10, (motion.yx * x + motion.yy * y + 512) >> 10};
 }
 
 // Far enough from the border of an area of this size for a reliable pairing.

@@ -50,9 +50,9 @@ constexpr int pairingRadius2 = 64;
 // Difference of ridge orientations that count as equal, less than; degrees.
 constexpr int orientationTolerance = 16;
 
-// Candidate weights of standard records, which carry no quality.
-constexpr int standardWeight = 500;
-constexpr int standardMismatchWeight = 50 * typeMismatchWeight;
+// What stands for the weight by quality (0..100) in standard records, which
+// carry none.
+constexpr int standardWeight = 50;
 
 }  // namespace vxm::EngineParams
 

@@ -4,6 +4,10 @@
 // a comparison uses besides its workspaces and its result. Two threads compare
 // at once with a context each. All quantities are integers: pixels, whole
 // degrees, and 1024ths in the sine tables.
+//
+// Tables are flat, and their rows as long as the template needs, so that work
+// for 18 minutiae touches memory for 18. All rows and lists end in padding that
+// vector code may read and write.
 #pragma once
 
 #include <cstdint>
@@ -15,26 +19,92 @@ namespace vxm {
 constexpr int maxPairs = maxMinutiae * (maxMinutiae - 1) / 2;
 constexpr int maxDistance = 1023;  // pixels; longer ones are stored as this
 
-// Ends every scan of a pair list: longer than any pair.
-constexpr int32_t pairSentinel = 30000;
+constexpr int vectorPadding = 32;         // elements
+constexpr int maxRow = maxMinutiae + 24;  // a multiple of 16 with at least 8 to spare
 
-// Tables derived from one template; what makes the later stages independent of
-// its position and rotation. [i][j] speaks of minutia j as seen from minutia i.
+// Which of the two scales a comparison is scored on. Standard records have
+// neither quality nor an orientation grid.
+enum class Scale { native, standard };
+
+// A minutia's place, as the vector code takes it.
+struct Position {
+  int16_t x;
+  int16_t y;
+};
+
+// The blocks that a template covers: of native ones the blocks with ridges, of
+// standard ones the rectangle of blocks that the minutiae span.
+struct Area {
+  int firstColumn;
+  int firstRow;
+  int gridWidth;  // blocks, from column 0
+  int gridHeight;
+  bool hasRidges;  // the grid tells ridges from background
+  alignas(64) uint8_t grid[maxGridBlocks + 1][maxGridBlocks];  // degrees 0..179, or background
+};
+
+// What the comparison knows of one template.
 struct TemplateGeometry {
-  int32_t count;  // minutiae
-  int32_t gridWidth;
-  int32_t gridHeight;
-  int32_t pairCount;
-  uint16_t distance[maxMinutiae][maxMinutiae];       // pixels
-  uint16_t lineAngle[maxMinutiae][maxMinutiae];      // of the line i to j, 0..360
-  uint16_t relativeAngle[maxMinutiae][maxMinutiae];  // dir[j] - dir[i], 0..359
-  int16_t dir[maxMinutiae];                          // direction, 360 - angle
-  uint8_t localOrientation[maxMinutiae];             // 0..179, or background
-  uint8_t grid[maxGridBlocks][maxGridBlocks];        // 0..179, or background
-  int32_t pairDistance[maxPairs + 1];                // ascending, then the sentinel
-  uint32_t pairIndex[maxPairs + 1];                  // (j << 16) | i with i < j
-  uint8_t neighbours[maxMinutiae][maxMinutiae];      // ascending indices
-  int16_t neighbourCount[maxMinutiae];
+  const MatchWorkspace* workspace;
+  int count;         // minutiae
+  int stride;        // of the rows: count and at least 8 of padding
+  bool plainAngles;  // all angles are 0..360, so that differences wrap as usual
+  Area area;
+  alignas(64) Position position[maxRow];
+  alignas(64) int16_t dir[maxRow];  // direction, 360 - angle
+  // [i * stride + j] speaks of minutia j as seen from minutia i; the lines only
+  // for i < j.
+  alignas(64) uint16_t distance[maxMinutiae * maxRow + vectorPadding];   // pixels
+  alignas(64) uint16_t lineAngle[maxMinutiae * maxRow + vectorPadding];  // of the line, 0..360
+
+  int Row(int i) const { return i * stride; }
+};
+
+// Where anything may be within reach: the cells of 8 x 8 pixels around minutiae,
+// as bits. [row][column / 32], bit column % 32.
+struct NearMap {
+  static constexpr int cellSize = 8;
+  static constexpr int cells = maxGridBlocks * blockSize / cellSize;
+  uint32_t bits[cells][cells / 32];
+};
+
+// The probe's minutia pairs that are long enough to tell a direction, by length.
+// Pair p is the minutiae first[p] < second[p]; those shorter than d pixels are
+// the ones before startAt[d].
+struct PairList {
+  int count;
+  uint16_t startAt[maxDistance + vectorPadding];
+  uint8_t first[maxPairs];
+  uint8_t second[maxPairs];
+  // Whole degrees 0..359: the line, and the directions of the two minutiae as seen
+  // from it.
+  uint16_t line[maxPairs];
+  uint16_t firstDir[maxPairs];
+  uint16_t secondDir[maxPairs];
+};
+
+// Sets of the probe's pairs by an angle: for each step of some degrees, the pairs
+// whose own angle may be within the tolerance of an angle in that step.
+// [step * words + p / 64], bit p % 64.
+constexpr int angleStep = 4;  // degrees
+constexpr int angleSteps = 360 / angleStep;
+constexpr int maxPairWords = (maxPairs + 63) / 64;
+struct AngleSets {
+  uint64_t bits[angleSteps * maxPairWords];
+};
+
+struct PairSets {
+  int words;
+  AngleSets line;
+  AngleSets firstDir;
+  AngleSets secondDir;
+  AngleSets scratch;  // of making them
+};
+
+// A probe minutia and the reference minutia taken for its mate.
+struct Correspondence {
+  int probe;
+  int reference;
 };
 
 // A probe minutia with its best-voted reference mate.
@@ -44,29 +114,31 @@ struct SeedRecord {
   int32_t seedVotes;
 };
 
-// Markers in EngineContext::referenceMate; other values are probe indices.
-constexpr uint16_t mateFree = 0xFFFF;     // inside the probe's area, not paired
-constexpr uint16_t mateOutside = 0xFFFE;  // outside it
+// A probe minutia under an alignment and a reference minutia within its reach.
+struct NearPair {
+  uint8_t probe;
+  uint8_t reference;
+  uint16_t distance2;  // squared pixels
+};
 
-// [i][j] speaks of probe minutia i and reference minutia j.
+// By probe minutia, then by reference minutia.
+struct NearList {
+  int count;
+  int probeMinutiae;  // that anything is near to
+  NearPair pairs[maxMinutiae * maxMinutiae];
+};
+
 struct EngineContext {
-  const MatchWorkspace* currentProbe;
-  const MatchWorkspace* currentReference;
+  Scale scale;
   TemplateGeometry probeGeometry;
   TemplateGeometry referenceGeometry;
-  uint16_t pairWeight[maxMinutiae][maxMinutiae];  // 0: j is no candidate for i
-  uint16_t rotation[maxMinutiae][maxMinutiae];    // dir of j - dir of i, 0..359
-  uint8_t candidates[maxMinutiae][maxMinutiae];   // reference indices, ascending
-  uint8_t candidateListSize[maxMinutiae];
-  uint32_t votes[maxMinutiae][maxMinutiae];
+  PairList probePairs;
+  PairSets probePairSets;
+  // [i * reference stride + j]; at most 199 * 199, which fits.
+  alignas(64) uint16_t votes[maxMinutiae * maxRow];
   SeedRecord seeds[maxMinutiae];  // by votes, most first
-  uint8_t compatible[maxMinutiae][maxMinutiae];
-  uint8_t compatibleList[maxMinutiae][maxMinutiae];
-  uint8_t compatibleListSize[maxMinutiae];
-  int32_t projectedX[maxMinutiae];  // of probe minutiae under the attempt's alignment
-  int32_t projectedY[maxMinutiae];
-  uint16_t referenceMate[maxMinutiae];
-  uint16_t distanceHistogram[maxDistance + 1];
+  NearMap nearReference;
+  NearList near;
 };
 
 // The outcome of a comparison.

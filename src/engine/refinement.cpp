@@ -5,79 +5,89 @@
 // take their turn as the seeds, and only the first pass's own pairings count,
 // tested more strictly. If they were true, another pair of them fits as well;
 // if they came together by chance, none does.
-// Cost: the cube of the number of pairings.
+// Cost: the cube of the number of pairings. All attempts share one divisor, so
+// one whose pairings could not win even if all of them held is skipped.
 #include <algorithm>
-#include <cstdlib>
+#include <utility>
 
-#include "engine/numeric.h"
 #include "engine/scoring.h"
 #include "engine/stages.h"
 
 namespace vxm {
 namespace {
 
-constexpr int keepRadius = EngineParams::pairDistanceTolerance + 1;
+// The first pass's pairings in ascending order of the probe minutia.
+struct Pairings {
+  Correspondence list[maxMinutiae];
+  uint16_t weight[maxMinutiae];  // 0 when the probe minutia is at the probe's border
+  PairingList vectors;           // with the weights that hold beside one seed
+};
 
-// Does the first pass's pairing of m still hold under the motion of seed u?
-bool Holds(const EngineContext& context, const Alignment& motion, Correspondence seed,
-           Correspondence other) {
+void ListPairings(const EngineContext& context, const MatchResult& first, Pairings& pairings) {
   const TemplateGeometry& probe = context.probeGeometry;
-  const TemplateGeometry& reference = context.referenceGeometry;
-  const Point p = PlaceOf(*context.currentProbe, other.probe);
-  if (!InsideMargin(p.x, p.y, probe.gridWidth * blockSize, probe.gridHeight * blockSize)) {
-    return false;
+  PairingList& vectors = pairings.vectors;
+  vectors.count = 0;
+  for (int m = 0; m < probe.count; m++) {
+    if (first.mate[m] < 0) continue;
+    const Correspondence c = {m, first.mate[m]};
+    const Position p = probe.position[m];
+    const bool inside =
+        InsideMargin(p.x, p.y, probe.area.gridWidth * blockSize, probe.area.gridHeight * blockSize);
+    const int k = vectors.count++;
+    pairings.list[k] = c;
+    pairings.weight[k] = static_cast<uint16_t>(inside ? PairWeight(context, c) : 0);
+    vectors.from[k] = p;
+    vectors.to[k] = context.referenceGeometry.position[c.reference];
+    vectors.rotation[k] = static_cast<int16_t>(RotationOf(context, c));
   }
-  const Point projected = Apply(motion, p.x, p.y);
-  const Point target = PlaceOf(*context.currentReference, other.reference);
-  const int dx = projected.x - target.x;
-  const int dy = projected.y - target.y;
-  return dx * dx + dy * dy <= keepRadius * keepRadius &&
-         AnglesAgree(context.rotation[other.probe][other.reference], motion.theta,
-                     EngineParams::angleTolerance) &&
-         AnglesAgree(probe.relativeAngle[seed.probe][other.probe],
-                     reference.relativeAngle[seed.reference][other.reference],
-                     EngineParams::angleTolerance);
 }
 
-void Attempt(EngineContext& context, const MatchResult& first, MatchResult& second,
-             Correspondence u, Correspondence v) {
-  const TemplateGeometry& probe = context.probeGeometry;
-  const TemplateGeometry& reference = context.referenceGeometry;
-  const int theta = AngleBetween(reference.lineAngle[u.reference][v.reference],
-                                 probe.lineAngle[u.probe][v.probe]) %
-                    360;
-  const Alignment motion = AlignmentFor(theta, PlaceOf(*context.currentProbe, u.probe),
-                                        PlaceOf(*context.currentReference, u.reference));
-  std::fill_n(context.referenceMate, reference.count, mateFree);
-  context.referenceMate[u.reference] = static_cast<uint16_t>(u.probe);
-  context.referenceMate[v.reference] = static_cast<uint16_t>(v.probe);
-
-  int matched = 0;
-  int weight = 0;
-  for (int m = 0; m < probe.count; m++) {
-    const int n = first.mate[m];
-    if (n < 0 || m == u.probe || m == v.probe) continue;
-    if (!Holds(context, motion, u, {m, n})) continue;
-    context.referenceMate[n] = static_cast<uint16_t>(m);
-    matched++;
-    weight += context.pairWeight[m][n];
+// Leaves each pairing its weight where it may hold beside the seed u; answers
+// the sum.
+int WeighBeside(const EngineContext& context, Pairings& pairings, int u) {
+  const Correspondence seed = pairings.list[u];
+  int sum = 0;
+  for (int k = 0; k < pairings.vectors.count; k++) {
+    const Correspondence c = pairings.list[k];
+    const bool mayHold =
+        k != u && AnglesAgree(RelativeAngle(context.probeGeometry, seed.probe, c.probe),
+                              RelativeAngle(context.referenceGeometry, seed.reference, c.reference),
+                              EngineParams::angleTolerance);
+    pairings.vectors.weight[k] = mayHold ? pairings.weight[k] : uint16_t{0};
+    sum += pairings.vectors.weight[k];
   }
-  if (matched == 0) return;
-  const int score = SquareOver(WithSeedFactors(context, weight, u, v), first.overlap);
-  if (score <= second.score) return;
-  second.score = score;
-  second.rotation = motion.theta;
-  second.dx = motion.dx;
-  second.dy = motion.dy;
-  second.seedProbeA = u.probe;
-  second.seedProbeB = v.probe;
-  KeepPairings(context, second);
+  return sum;
+}
+
+struct Best {
+  int score = 0;
+  int u = 0;
+  int v = 0;
+  int theta = 0;
+  Point shift = {0, 0};
+};
+
+// Keeps the pairings that the best attempt holds.
+void KeepBest(const EngineContext& context, Pairings& pairings, const Best& best,
+              MatchResult& second) {
+  second.rotation = best.theta;
+  second.dx = best.shift.x;
+  second.dy = best.shift.y;
+  second.seedProbeA = pairings.list[best.u].probe;
+  second.seedProbeB = pairings.list[best.v].probe;
+  std::fill_n(second.mate, context.probeGeometry.count, -1);
+  WeighBeside(context, pairings, best.u);
+  const PairingList& vectors = pairings.vectors;
+  for (int k = 0; k < vectors.count; k++) {
+    const bool holds = k == best.u || k == best.v ||
+                       (vectors.weight[k] != 0 &&
+                        PairingHolds(vectors, k, Forward(best.theta), best.shift, best.theta));
+    if (holds) second.mate[pairings.list[k].probe] = pairings.list[k].reference;
+  }
 }
 
 // 1024 when all neighbours of the minutia with more of them are paired.
-int NeighbourSupport(const EngineContext& context, const MatchResult& result, int m) {
-  const Neighbourhood probe = PairedNeighboursOfProbe(context, result, m);
-  const Neighbourhood reference = PairedNeighboursOfReference(context, result.mate[m]);
+int NeighbourSupport(Neighbourhood probe, Neighbourhood reference) {
   const Neighbourhood& larger = reference.minutiae < probe.minutiae ? probe : reference;
   return std::clamp(larger.paired * 2048 / larger.minutiae, 800, 1024);
 }
@@ -85,24 +95,38 @@ int NeighbourSupport(const EngineContext& context, const MatchResult& result, in
 }  // namespace
 
 void RefineAlignment(EngineContext& context, const MatchResult& first, MatchResult& second) {
-  const int probeCount = context.probeGeometry.count;
-  second.score = 0;
-  for (int u = 0; u < probeCount; u++) {
-    if (first.mate[u] < 0) continue;
-    for (int v = 0; v < probeCount; v++) {
-      if (first.mate[v] < 0 || u == v) continue;
-      const bool firstSeeds = (u == first.seedProbeA && v == first.seedProbeB) ||
-                              (u == first.seedProbeB && v == first.seedProbeA);
-      if (firstSeeds) continue;
-      Attempt(context, first, second, {u, first.mate[u]}, {v, first.mate[v]});
+  const Kernels& kernels = KernelsFor(context);
+  const TemplateGeometry& probe = context.probeGeometry;
+  const TemplateGeometry& reference = context.referenceGeometry;
+  Pairings pairings = {};
+  ListPairings(context, first, pairings);
+  Best best;
+  for (int u = 0; u < pairings.vectors.count; u++) {
+    const int most = WeighBeside(context, pairings, u);
+    for (int v = 0; v < pairings.vectors.count; v++) {
+      const Correspondence a = pairings.list[u];
+      const Correspondence b = pairings.list[v];
+      const bool firstSeeds = (a.probe == first.seedProbeA && b.probe == first.seedProbeB) ||
+                              (a.probe == first.seedProbeB && b.probe == first.seedProbeA);
+      if (u == v || firstSeeds) continue;
+      uint16_t& own = pairings.vectors.weight[v];
+      const int bound = WithSeedFactors(context, most - own, a, b);
+      if (MostSquareOver(bound, first.overlap) <= best.score) continue;
+      const int theta = LineRotation(context, a, b) % 360;
+      const Point shift = ShiftFor(theta, PointAt(probe, a.probe), PointAt(reference, a.reference));
+      const uint16_t ownWeight = std::exchange(own, uint16_t{0});
+      const int sum = kernels.sumHolding(pairings.vectors, Forward(theta), shift, theta);
+      own = ownWeight;
+      const int score = SquareOver(WithSeedFactors(context, sum, a, b), first.overlap);
+      if (score > best.score) best = {score, u, v, theta, shift};
     }
   }
-  if (second.score != 0) {
-    ListReferenceMates(context, second);
-    second.score = Rescore(context, second, first.overlap,
-                           [&](int m) { return NeighbourSupport(context, second, m); });
+  second.score = 0;
+  if (best.score != 0) {
+    KeepBest(context, pairings, best, second);
+    second.score = Rescore(context, second, first.overlap, NeighbourSupport);
   }
-  second.score = second.score / ScoreNorm(probeCount, context.referenceGeometry.count) / 100;
+  second.score = second.score / ScoreNorm(probe.count, reference.count) / 100;
 }
 
 }  // namespace vxm

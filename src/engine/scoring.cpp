@@ -1,56 +1,82 @@
-// Weights, pairings and paired neighbours, shared by both alignment passes.
+// Weights and agreement of correspondences, and the neighbours that back them.
+//
+// Idea of the weights: fingers are placed the right way up, so a mate never
+// points more than 110 degrees away; of native templates, minutiae of like
+// quality count more, and in both minutiae of the same type.
 #include "engine/scoring.h"
 
-#include <algorithm>
+#include <cstdlib>
 
 namespace vxm {
 namespace {
 
-int SeedFactor(const EngineContext& context, Correspondence seed) {
-  const bool sameType =
-      context.currentProbe->type[seed.probe] == context.currentReference->type[seed.reference];
-  return sameType ? EngineParams::seedTypeMatchFactor : EngineParams::seedTypeMismatchFactor;
+constexpr int directionTolerance = EngineParams::lineTolerance + EngineParams::angleTolerance;
+
+// Weight by difference in quality: 100 for none, falling to 0 at the falloff.
+int QualityWeight(int difference) {
+  constexpr int falloff = EngineParams::qualityFalloff;
+  return difference < falloff ? 100 - 100 * difference / falloff : 0;
 }
 
-// Of referenceMate: a probe index, not one of the markers.
-bool IsPaired(uint16_t mate) { return mate < mateOutside; }
+int SeedFactor(const EngineContext& context, Correspondence seed) {
+  return SameType(context, seed) ? EngineParams::seedTypeMatchFactor
+                                 : EngineParams::seedTypeMismatchFactor;
+}
 
 }  // namespace
+
+int PairWeight(const EngineContext& context, Correspondence c) {
+  if (!WithinTolerance(RotationOf(context, c), directionTolerance)) return 0;
+  const int typeWeight = SameType(context, c) ? 10 : EngineParams::typeMismatchWeight;
+  if (context.scale == Scale::standard) return EngineParams::standardWeight * typeWeight;
+  return typeWeight *
+         QualityWeight(std::abs(context.referenceGeometry.workspace->quality[c.reference] -
+                                context.probeGeometry.workspace->quality[c.probe]));
+}
+
+bool LinesAgree(const EngineContext& context, Correspondence a, Correspondence b,
+                int angleTolerance) {
+  const int turn = LineRotation(context, a, b);
+  return WithinTolerance(turn, EngineParams::lineTolerance) &&
+         AnglesAgree(RotationOf(context, a), turn, angleTolerance) &&
+         AnglesAgree(RotationOf(context, b), turn, angleTolerance) &&
+         AnglesAgree(RelativeAngle(context.referenceGeometry, a.reference, b.reference),
+                     RelativeAngle(context.probeGeometry, a.probe, b.probe), angleTolerance) &&
+         PairWeight(context, a) != 0 && PairWeight(context, b) != 0;
+}
 
 int WithSeedFactors(const EngineContext& context, int weight, Correspondence a, Correspondence b) {
   return weight * SeedFactor(context, a) * SeedFactor(context, b) / 100;
 }
 
-void KeepPairings(const EngineContext& context, MatchResult& result) {
-  std::fill_n(result.mate, context.probeGeometry.count, -1);
-  for (int n = 0; n < context.referenceGeometry.count; n++) {
-    if (IsPaired(context.referenceMate[n])) result.mate[context.referenceMate[n]] = n;
-  }
-}
-
-void ListReferenceMates(EngineContext& context, const MatchResult& result) {
-  std::fill_n(context.referenceMate, context.referenceGeometry.count, mateFree);
+PairedMinutiae ListPaired(const EngineContext& context, const MatchResult& result) {
+  PairedMinutiae paired = {};
   for (int m = 0; m < context.probeGeometry.count; m++) {
-    if (result.mate[m] >= 0) context.referenceMate[result.mate[m]] = static_cast<uint16_t>(m);
+    if (result.mate[m] < 0) continue;
+    paired.probe[m] = 1;
+    paired.reference[result.mate[m]] = 1;
   }
+  return paired;
 }
 
-Neighbourhood PairedNeighboursOfProbe(const EngineContext& context, const MatchResult& result,
-                                      int m) {
-  const TemplateGeometry& probe = context.probeGeometry;
-  const int size = probe.neighbourCount[m];
-  const auto paired = std::count_if(probe.neighbours[m], probe.neighbours[m] + size,
-                                    [&](int other) { return result.mate[other] >= 0; });
-  return {1 + static_cast<int>(paired), 1 + size};
-}
-
-Neighbourhood PairedNeighboursOfReference(const EngineContext& context, int n) {
-  const TemplateGeometry& reference = context.referenceGeometry;
-  const int size = reference.neighbourCount[n];
-  const auto paired =
-      std::count_if(reference.neighbours[n], reference.neighbours[n] + size,
-                    [&](int other) { return IsPaired(context.referenceMate[other]); });
-  return {1 + static_cast<int>(paired), 1 + size};
+Neighbourhood NeighbourhoodOf(const EngineContext& context, const TemplateGeometry& geometry,
+                              const uint8_t* paired, int minutia) {
+  // Standard records are scored without neighbours.
+  if (context.scale == Scale::standard) return {1, 1};
+  // The distance's root is at most the radius below the next number's square.
+  constexpr int radius2 = (EngineParams::neighbourRadius + 1) * (EngineParams::neighbourRadius + 1);
+  const Position own = geometry.position[minutia];
+  int neighbours = 0;
+  int pairedNeighbours = 0;
+  for (int i = 0; i < geometry.count; i++) {
+    const int dx = geometry.position[i].x - own.x;
+    const int dy = geometry.position[i].y - own.y;
+    const int near = dx * dx + dy * dy < radius2 ? 1 : 0;
+    neighbours += near;
+    pairedNeighbours += near & paired[i];
+  }
+  // The minutia itself is near, and paired.
+  return {pairedNeighbours, neighbours};
 }
 
 }  // namespace vxm

@@ -1,8 +1,9 @@
-// What the two alignment passes score with: pairings, their weights, and the
-// neighbours that are paired too.
+// What more than one stage asks about minutiae and correspondences: angles,
+// weights, and whether two correspondences fit each other.
 #pragma once
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "engine/numeric.h"
 #include "engine/params.h"
@@ -10,15 +11,78 @@
 
 namespace vxm {
 
-// A probe minutia and the reference minutia taken for its mate.
-struct Correspondence {
-  int probe;
-  int reference;
-};
-
-inline Point PlaceOf(const MatchWorkspace& workspace, int minutia) {
-  return {workspace.x[minutia], workspace.y[minutia]};
+// dir[j] - dir[i], seen from the lower index and turned round for the higher.
+inline uint16_t RelativeAngle(const TemplateGeometry& geometry, int i, int j) {
+  const int angle = AngleBetween(geometry.dir[std::max(i, j)], geometry.dir[std::min(i, j)]);
+  return static_cast<uint16_t>(i <= j || angle == 0 ? angle : 360 - angle);
 }
+
+// The rotation from the probe minutia's direction to the reference minutia's.
+inline uint16_t RotationOf(const EngineContext& context, Correspondence c) {
+  return static_cast<uint16_t>(
+      AngleBetween(context.referenceGeometry.dir[c.reference], context.probeGeometry.dir[c.probe]));
+}
+
+inline int DistanceOf(const TemplateGeometry& geometry, int i, int j) {
+  return geometry.distance[geometry.Row(i) + j];
+}
+
+// Direction of the line from i to j; backwards it is the table's, turned round.
+inline int LineAngle(const TemplateGeometry& geometry, int i, int j) {
+  if (i == j) return 0;
+  const int angle = geometry.lineAngle[geometry.Row(std::min(i, j)) + std::max(i, j)];
+  if (i < j) return angle;
+  return angle < 180 ? angle + 180 : angle - 180;
+}
+
+// The rotation of the line between two minutiae, 0..360.
+inline int LineRotation(const EngineContext& context, Correspondence a, Correspondence b) {
+  return AngleBetween(LineAngle(context.referenceGeometry, a.reference, b.reference),
+                      LineAngle(context.probeGeometry, a.probe, b.probe));
+}
+
+inline Point PointAt(const TemplateGeometry& geometry, int minutia) {
+  return {geometry.position[minutia].x, geometry.position[minutia].y};
+}
+
+inline bool SameType(const EngineContext& context, Correspondence c) {
+  return context.probeGeometry.workspace->type[c.probe] ==
+         context.referenceGeometry.workspace->type[c.reference];
+}
+
+// How much a pairing is worth; 0 when the two cannot be mates.
+constexpr int maxPairWeight = 1000;
+constexpr int maxStandardPairWeight = 500;
+int PairWeight(const EngineContext& context, Correspondence c);
+
+// Whether the qualities alone let two minutiae be mates.
+inline bool QualityAgrees(const EngineContext& context, Correspondence c) {
+  return context.scale == Scale::standard ||
+         std::abs(context.referenceGeometry.workspace->quality[c.reference] -
+                  context.probeGeometry.workspace->quality[c.probe]) < EngineParams::qualityFalloff;
+}
+
+// Whether all angles of both templates are 0..360; only then do differences wrap.
+inline bool HasPlainAngles(const EngineContext& context) {
+  return context.probeGeometry.plainAngles && context.referenceGeometry.plainAngles;
+}
+
+// Whether two correspondences turn alike: the lines between the minutiae and the
+// minutiae themselves, within the tolerance.
+bool LinesAgree(const EngineContext& context, Correspondence a, Correspondence b,
+                int angleTolerance);
+
+// Whether a correspondence fits beside a seed: as far away, and turned alike.
+inline bool FitsBeside(const EngineContext& context, Correspondence seed, Correspondence other) {
+  const int distance = DistanceOf(context.probeGeometry, seed.probe, other.probe);
+  const int mateDistance = DistanceOf(context.referenceGeometry, seed.reference, other.reference);
+  return std::abs(mateDistance - distance) <= EngineParams::seedDistanceTolerance &&
+         std::min(distance, mateDistance) >= EngineParams::minPairDistance &&
+         LinesAgree(context, seed, other, EngineParams::seedAngleTolerance);
+}
+
+// Pairs of the list that are at most `length` pixels long.
+inline int PairsUpTo(const PairList& pairs, int length) { return pairs.startAt[length + 1]; }
 
 // Scores are per minutia, mostly of the smaller template.
 inline int ScoreNorm(int probeCount, int referenceCount) {
@@ -30,14 +94,22 @@ inline int SquareOver(int weight, int divisor) {
   return weight <= 32767 ? weight * weight / divisor : weight / divisor * weight;
 }
 
+// The largest that weights up to this one can give: where the order of the
+// divisions changes, a larger weight gives a little less.
+inline int MostSquareOver(int weight, int divisor) {
+  const int most = SquareOver(weight, divisor);
+  return weight <= 32767 ? most : std::max(most, SquareOver(32767, divisor));
+}
+
 // The weight of a set of pairings, less when a seed pairs two types.
 int WithSeedFactors(const EngineContext& context, int weight, Correspondence a, Correspondence b);
 
-// Takes the pairings in context.referenceMate over into result.mate.
-void KeepPairings(const EngineContext& context, MatchResult& result);
-
-// Rebuilds context.referenceMate from result.mate, everything else free.
-void ListReferenceMates(EngineContext& context, const MatchResult& result);
+// The minutiae that a result pairs.
+struct PairedMinutiae {
+  uint8_t probe[maxRow];  // 1 for a paired minutia
+  uint8_t reference[maxRow];
+};
+PairedMinutiae ListPaired(const EngineContext& context, const MatchResult& result);
 
 // A minutia with its neighbours: how many they are, how many of them (the
 // minutia itself always) are paired.
@@ -45,20 +117,24 @@ struct Neighbourhood {
   int paired;
   int minutiae;
 };
-Neighbourhood PairedNeighboursOfProbe(const EngineContext& context, const MatchResult& result,
-                                      int m);
-Neighbourhood PairedNeighboursOfReference(const EngineContext& context, int n);
+Neighbourhood NeighbourhoodOf(const EngineContext& context, const TemplateGeometry& geometry,
+                              const uint8_t* paired, int minutia);
 
 // The score of result's pairings with every weight, the seeds' aside, taken
-// times `support`(m) / 1024 for the paired probe minutia m.
+// times `support`(of the probe minutia, of its mate) / 1024.
 template <typename Support>
 int Rescore(const EngineContext& context, const MatchResult& result, int overlap, Support support) {
+  const PairedMinutiae paired = ListPaired(context, result);
   const Correspondence a = {result.seedProbeA, result.mate[result.seedProbeA]};
   const Correspondence b = {result.seedProbeB, result.mate[result.seedProbeB]};
   int total = 0;
   for (int m = 0; m < context.probeGeometry.count; m++) {
-    if (result.mate[m] < 0 || m == a.probe || m == b.probe) continue;
-    total += (context.pairWeight[m][result.mate[m]] * support(m) + 512) >> 10;
+    const int n = result.mate[m];
+    if (n < 0 || m == a.probe || m == b.probe) continue;
+    const int factor =
+        support(NeighbourhoodOf(context, context.probeGeometry, paired.probe, m),
+                NeighbourhoodOf(context, context.referenceGeometry, paired.reference, n));
+    total += (PairWeight(context, {m, n}) * factor + 512) >> 10;
   }
   return SquareOver(WithSeedFactors(context, total, a, b), overlap);
 }

@@ -1,31 +1,33 @@
 // The stages of a comparison, in the order in which they run. Each reads what
 // the ones before it left in the context and says more in its own file.
 //
-//   workspaces -> geometry -> candidates -> votes and seeds -> alignment -> score
+//   workspaces -> geometry -> votes and seeds -> alignment -> score
 #pragma once
 
+#include "engine/kernels/kernels.h"
 #include "engine/params.h"
 #include "engine/records.h"
+#include "engine/scoring.h"
 
 namespace vxm {
 
-// Whose tables a preparation fills.
-enum class Side { probe, reference };
+void PrepareGeometry(TemplateGeometry& geometry, const MatchWorkspace& workspace, Scale scale);
 
-void PrepareGeometry(EngineContext& context, Side side);
-void PrepareStandardGeometry(EngineContext& context, Side side);
-void BuildPairList(TemplateGeometry& geometry, uint16_t (&histogram)[maxDistance + 1]);
+void BuildPairList(PairList& pairs, const TemplateGeometry& geometry);
 
-void WeighCandidates(EngineContext& context);
-void WeighStandardCandidates(EngineContext& context);
+void BuildPairSets(PairSets& sets, const PairList& pairs);
 
 void VotePairs(EngineContext& context, const MatchLimits& limits);
 
 void SearchAlignment(EngineContext& context, MatchResult& result);
 
-void OrientationConsistency(const TemplateGeometry& probe, const TemplateGeometry& reference,
-                            MatchResult& result);
+void OrientationConsistency(const EngineContext& context, MatchResult& result);
 
 void RefineAlignment(EngineContext& context, const MatchResult& first, MatchResult& second);
+
+// The form of the inner loops that these templates can be compared with.
+inline const Kernels& KernelsFor(const EngineContext& context) {
+  return HasPlainAngles(context) ? ActiveKernels() : scalarKernels;
+}
 
 }  // namespace vxm

@@ -26,8 +26,7 @@ StepOutcome CompareCandidate(const Matcher& matcher, WorkingSet& set, const Cand
   }
   const auto compare = native ? StagedCompareNative : StagedCompareStandard;
   const int score =
-      compare(set.probeWorkspace, set.candidateWorkspace, set.engineContext, set.result,
-              set.probeNeedsPrepare, matcher.fastMode, set.reducedProbe, set.reducedCandidate);
+      compare(set.probeWorkspace, set.candidateWorkspace, set.staged, matcher.fastMode);
   const int threshold =
       ThresholdAt(native ? nativeThresholds : standardThresholds, matcher.securityLevel);
   return score >= threshold ? StepOutcome::match : StepOutcome::noMatch;

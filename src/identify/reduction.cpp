@@ -13,36 +13,55 @@
 namespace vxm {
 namespace {
 
-constexpr int crowdedDistance2 = 100;  // squared pixels
-
-struct Rank {
-  int crowded;  // 0 before 1
-  int distance2;
-  int place;
-};
-
-bool ComesBefore(const Rank& a, const Rank& b) {
-  if (a.crowded != b.crowded) return a.crowded < b.crowded;
-  if (a.distance2 != b.distance2) return a.distance2 < b.distance2;
-  return a.place < b.place;
-}
+constexpr int crowdedDistance = 10;  // pixels
 
 int Square(int value) { return value * value; }
 
-void MarkCrowded(const MatchWorkspace& source, Rank* ranks) {
+bool IsCrowded(const MatchWorkspace& source, int i) {
+  const int n = source.minutiaCount;
+  // A square around the minutia first: most hold none but the minutia itself.
+  const int left = source.x[i] - crowdedDistance;
+  const int top = source.y[i] - crowdedDistance;
+  uint16_t inSquare = 0;
+  for (int j = 0; j < n; j++) {
+    const auto x = static_cast<uint16_t>(source.x[j] - left);
+    const auto y = static_cast<uint16_t>(source.y[j] - top);
+    inSquare = static_cast<uint16_t>(inSquare + (std::max(x, y) <= 2 * crowdedDistance ? 1 : 0));
+  }
+  if (inSquare == 1) return false;
+  int near = 0;
+  for (int j = 0; j < n; j++) {
+    const int distance2 = Square(source.x[i] - source.x[j]) + Square(source.y[i] - source.y[j]);
+    near += distance2 <= Square(crowdedDistance) ? 1 : 0;
+  }
+  return near > 1;
+}
+
+// Smaller for minutiae that say more: crowded or not, the distance from the
+// centre, and the place in the source, one above the other in one number.
+void RankMinutiae(const MatchWorkspace& source, int32_t* ranks) {
   for (int i = 0; i < source.minutiaCount; i++) {
-    for (int j = i + 1; j < source.minutiaCount; j++) {
-      const int distance2 = Square(source.x[i] - source.x[j]) + Square(source.y[i] - source.y[j]);
-      if (distance2 <= crowdedDistance2) ranks[i].crowded = ranks[j].crowded = 1;
-    }
+    const int distance2 =
+        Square(source.x[i] - 8 * source.gridWidth) + Square(source.y[i] - 8 * source.gridHeight);
+    ranks[i] = (IsCrowded(source, i) ? 1 << 30 : 0) | distance2 << 8 | i;
   }
 }
 
-// Copies the chosen minutiae, whose places ascend.
-void CopyMinutiae(const MatchWorkspace& source, MatchWorkspace& target, const Rank* chosen,
+// The places of the `count` smallest ranks, ascending.
+void ChooseMinutiae(const int32_t* ranks, int n, int count, uint8_t* chosen) {
+  int kept = 0;
+  for (int i = 0; i < n; i++) {
+    int before = 0;
+    for (int j = 0; j < n; j++) before += ranks[j] < ranks[i] ? 1 : 0;
+    chosen[kept] = static_cast<uint8_t>(i);
+    kept += before < count ? 1 : 0;
+  }
+}
+
+void CopyMinutiae(const MatchWorkspace& source, MatchWorkspace& target, const uint8_t* chosen,
                   int count) {
   for (int k = 0; k < count; k++) {
-    const int i = chosen[k].place;
+    const int i = chosen[k];
     target.x[k] = source.x[i];
     target.y[k] = source.y[i];
     target.angle[k] = source.angle[i];
@@ -87,17 +106,11 @@ void ReduceWorkspace(const MatchWorkspace& source, MatchWorkspace& target, int m
     CopyWorkspace(target, source);
     return;
   }
-  Rank ranks[maxMinutiae];
-  for (int i = 0; i < n; i++) {
-    ranks[i] = {
-        0, Square(source.x[i] - 8 * source.gridWidth) + Square(source.y[i] - 8 * source.gridHeight),
-        i};
-  }
-  MarkCrowded(source, ranks);
-  std::nth_element(ranks, ranks + maxCount, ranks + n, ComesBefore);
-  std::sort(ranks, ranks + maxCount,
-            [](const Rank& a, const Rank& b) { return a.place < b.place; });
-  CopyMinutiae(source, target, ranks, maxCount);
+  int32_t ranks[maxMinutiae];
+  uint8_t chosen[maxMinutiae + 1] = {};
+  RankMinutiae(source, ranks);
+  ChooseMinutiae(ranks, n, maxCount, chosen);
+  CopyMinutiae(source, target, chosen, maxCount);
   CopyGridAround(source, target);
 }
 

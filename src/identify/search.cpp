@@ -81,7 +81,7 @@ void SearchOnWorker(void* argument) {
 Ending SearchWithWorker(Pass& pass) {
   Matcher& matcher = pass.matcher;
   CopyWorkspace(matcher.worker.probeWorkspace, matcher.caller.probeWorkspace);
-  matcher.worker.probeNeedsPrepare = true;
+  ForgetProbe(matcher.worker.staged);
   platform::Thread* worker = platform::StartThread(SearchOnWorker, &pass);
   if (worker == nullptr) {
     platform::ShowNotice("CreateThread is failed");
@@ -104,7 +104,7 @@ int LoadProbe(Matcher& matcher, const IdentifyRequest& request, bool turnProbe) 
     case LoadOutcome::invalid: return VXM_ERR_INVALID_PARAMETERS;
     case LoadOutcome::loaded: break;
   }
-  set.probeNeedsPrepare = true;
+  ForgetProbe(set.staged);
   if (turnProbe) {
     TurnWorkspace(matcher.spareWorkspace, set.probeWorkspace);
     CopyWorkspace(set.probeWorkspace, matcher.spareWorkspace);

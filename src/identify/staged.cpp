@@ -19,46 +19,44 @@ constexpr MatchLimits secondStage = {20, 7, 0, 125000, 70};
 using Match = int (*)(const MatchWorkspace&, const MatchWorkspace&, EngineContext&, MatchResult&,
                       bool, const MatchLimits&);
 
+// Compares full templates; their probe's tables are made at most once.
+int CompareFull(Match match, const MatchWorkspace& probe, const MatchWorkspace& candidate,
+                StagedContext& context, const MatchLimits& limits) {
+  const bool prepare = context.fullNeedsPrepare;
+  context.fullNeedsPrepare = false;
+  return match(probe, candidate, context.full, context.result, prepare, limits);
+}
+
+int CompareReduced(Match match, const MatchWorkspace& probe, const MatchWorkspace& candidate,
+                   StagedContext& context) {
+  const bool prepare = context.reducedNeedsPrepare;
+  context.reducedNeedsPrepare = false;
+  if (prepare) ReduceWorkspace(probe, context.reducedProbe, reducedMinutiae);
+  ReduceWorkspace(candidate, context.reducedCandidate, reducedMinutiae);
+  return match(context.reducedProbe, context.reducedCandidate, context.reduced, context.result,
+               prepare, fastFirstStage);
+}
+
 int StagedCompare(Match match, const MatchWorkspace& probe, const MatchWorkspace& candidate,
-                  EngineContext& context, MatchResult& result, bool& needsPrepare, bool fastMode,
-                  MatchWorkspace& reducedProbe, MatchWorkspace& reducedCandidate) {
+                  StagedContext& context, bool fastMode) {
   // The engine would answer 0 without preparing anything.
   if (probe.minutiaCount < minMinutiae || candidate.minutiaCount < minMinutiae) return 0;
-
-  if (!fastMode) {
-    const int score = match(probe, candidate, context, result, needsPrepare, normalFirstStage);
-    needsPrepare = false;
-    if (score < normalModeLimit) return score;
-    return match(probe, candidate, context, result, false, secondStage);
-  }
-
-  if (needsPrepare) ReduceWorkspace(probe, reducedProbe, reducedMinutiae);
-  ReduceWorkspace(candidate, reducedCandidate, reducedMinutiae);
-  const int score =
-      match(reducedProbe, reducedCandidate, context, result, needsPrepare, fastFirstStage);
-  needsPrepare = false;
-  if (score < fastModeLimit) return score;
-  // The tables become those of the full probe, which no first stage can use.
-  needsPrepare = true;
-  return match(probe, candidate, context, result, true, secondStage);
+  const int score = fastMode ? CompareReduced(match, probe, candidate, context)
+                             : CompareFull(match, probe, candidate, context, normalFirstStage);
+  if (score < (fastMode ? fastModeLimit : normalModeLimit)) return score;
+  return CompareFull(match, probe, candidate, context, secondStage);
 }
 
 }  // namespace
 
 int StagedCompareNative(const MatchWorkspace& probe, const MatchWorkspace& candidate,
-                        EngineContext& context, MatchResult& result, bool& needsPrepare,
-                        bool fastMode, MatchWorkspace& reducedProbe,
-                        MatchWorkspace& reducedCandidate) {
-  return StagedCompare(MatchNativeEx, probe, candidate, context, result, needsPrepare, fastMode,
-                       reducedProbe, reducedCandidate);
+                        StagedContext& context, bool fastMode) {
+  return StagedCompare(MatchNativeEx, probe, candidate, context, fastMode);
 }
 
 int StagedCompareStandard(const MatchWorkspace& probe, const MatchWorkspace& candidate,
-                          EngineContext& context, MatchResult& result, bool& needsPrepare,
-                          bool fastMode, MatchWorkspace& reducedProbe,
-                          MatchWorkspace& reducedCandidate) {
-  return StagedCompare(MatchStandardEx, probe, candidate, context, result, needsPrepare, fastMode,
-                       reducedProbe, reducedCandidate);
+                          StagedContext& context, bool fastMode) {
+  return StagedCompare(MatchStandardEx, probe, candidate, context, fastMode);
 }
 
 }  // namespace vxm

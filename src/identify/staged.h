@@ -9,21 +9,31 @@ namespace vxm {
 // Minutiae of a reduced template.
 constexpr int reducedMinutiae = 18;
 
+// What a search keeps of its probe from one candidate to the next: the tables of
+// the full and of the reduced probe, each made when first needed.
+struct StagedContext {
+  EngineContext full;
+  EngineContext reduced;
+  MatchWorkspace reducedProbe;
+  MatchWorkspace reducedCandidate;
+  MatchResult result;
+  bool fullNeedsPrepare = true;
+  bool reducedNeedsPrepare = true;
+};
+
+// To be called whenever another probe is to be compared.
+inline void ForgetProbe(StagedContext& context) {
+  context.fullNeedsPrepare = true;
+  context.reducedNeedsPrepare = true;
+}
+
 // In fast mode the first stage compares reduced copies of both templates, in
 // normal mode the templates themselves under strict tolerances. A score below
 // the stage's limit is final; otherwise the score of the full comparison is.
-//
-// `needsPrepare` says that the tables in the context, and the reduced probe, are
-// not those of this probe. It is set by whoever loads a probe and kept true to
-// the context here.
 int StagedCompareNative(const MatchWorkspace& probe, const MatchWorkspace& candidate,
-                        EngineContext& context, MatchResult& result, bool& needsPrepare,
-                        bool fastMode, MatchWorkspace& reducedProbe,
-                        MatchWorkspace& reducedCandidate);
+                        StagedContext& context, bool fastMode);
 int StagedCompareStandard(const MatchWorkspace& probe, const MatchWorkspace& candidate,
-                          EngineContext& context, MatchResult& result, bool& needsPrepare,
-                          bool fastMode, MatchWorkspace& reducedProbe,
-                          MatchWorkspace& reducedCandidate);
+                          StagedContext& context, bool fastMode);
 
 // Keeps the `maxCount` minutiae that say most: those that stand alone first, then
 // those nearest to the centre of the grid; and the orientation grid around them.

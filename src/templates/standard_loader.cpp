@@ -33,18 +33,17 @@ struct Minutiae {
   RecordMinutia* end() { return list + count; }
 };
 
-RecordMinutia ReadMinutia(const RecordLayout& layout, const ByteReader& reader, int place) {
-  const int offset = layout.minutiae + place * minutiaRecordSize;
-  const uint32_t typeAndX = reader.U16(offset);
-  const int code = static_cast<int>(reader.U8(offset + 4));
+// Takes a minutia record that lies wholly inside the bytes.
+RecordMinutia ReadMinutia(const RecordLayout& layout, const uint8_t* record, int place) {
+  const int code = record[4];
   const int degrees = layout.format == TemplateFormat::iso ? DegreesFromIsoDirection(code)
                                                            : DegreesFromAnsiDirection(code);
-  constexpr uint32_t bifurcation = 2;
+  constexpr int bifurcation = 2;
   RecordMinutia minutia = {};
-  minutia.x = static_cast<int16_t>(typeAndX & 0x3FFF);
-  minutia.y = static_cast<int16_t>(reader.U16(offset + 2));
+  minutia.x = static_cast<int16_t>((record[0] & 0x3F) << 8 | record[1]);
+  minutia.y = static_cast<int16_t>(record[2] << 8 | record[3]);
   minutia.angle = static_cast<int16_t>(OppositeDirection(degrees));
-  minutia.type = typeAndX >> 14 == bifurcation ? 1 : 0;
+  minutia.type = record[0] >> 6 == bifurcation ? 1 : 0;
   minutia.place = static_cast<uint8_t>(place);
   return minutia;
 }
@@ -53,10 +52,11 @@ RecordMinutia ReadMinutia(const RecordLayout& layout, const ByteReader& reader, 
 Minutiae ReadMinutiae(const RecordLayout& layout, const StandardRecordFields& fields,
                       const ByteReader& reader) {
   Minutiae minutiae;
-  const int count = std::min(fields.minutiaCount, layout.maxLoaded);
+  const int inside = std::max(reader.size - layout.minutiae, 0) / minutiaRecordSize;
+  const int count = std::min({fields.minutiaCount, layout.maxLoaded, inside});
   for (int i = 0; i < count; i++) {
-    if (!reader.Has(layout.minutiae + i * minutiaRecordSize, minutiaRecordSize)) break;
-    const RecordMinutia minutia = ReadMinutia(layout, reader, i);
+    const RecordMinutia minutia =
+        ReadMinutia(layout, reader.bytes + layout.minutiae + i * minutiaRecordSize, i);
     if (minutia.x >= fields.imageWidth) continue;
     if (minutia.y < 0 || minutia.y >= fields.imageHeight) continue;
     minutiae.Add(minutia);
@@ -111,7 +111,10 @@ void LoadRecord(const RecordLayout& layout, const uint8_t* record, int size,
   }
   const BlockRange columns = BlocksAround(minX, maxX);
   const BlockRange rows = BlocksAround(minY, maxY);
-  std::sort(minutiae.begin(), minutiae.end(), ComesBefore);
+  // Records are often written in this order.
+  if (!std::is_sorted(minutiae.begin(), minutiae.end(), ComesBefore)) {
+    std::sort(minutiae.begin(), minutiae.end(), ComesBefore);
+  }
 
   int kept = 0;
   for (const RecordMinutia& minutia : minutiae) {

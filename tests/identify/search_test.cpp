@@ -31,12 +31,8 @@ std::unique_ptr<vxm::MatchWorkspace> Load(const Bytes& bytes) {
 
 int Score(decltype(&vxm::StagedCompareNative) compare, const vxm::MatchWorkspace& probe,
           const vxm::MatchWorkspace& candidate, bool fastMode) {
-  const auto context = std::make_unique<vxm::EngineContext>();
-  const auto reduced = std::make_unique<vxm::MatchWorkspace[]>(2);
-  vxm::MatchResult result = {};
-  bool needsPrepare = true;
-  return compare(probe, candidate, *context, result, needsPrepare, fastMode, reduced[0],
-                 reduced[1]);
+  const auto context = std::make_unique<vxm::StagedContext>();
+  return compare(probe, candidate, *context, fastMode);
 }
 
 class SearchTest : public MatcherTest {

@@ -57,8 +57,8 @@ INTERFACE_SUPPORT = ("tests/support/guarded_buffer.h", "tests/support/known_answ
 LAWS = (
     Law("include/", (), C_HEADERS),
     Law("src/platform/", ("src/platform/", HEADER)),
-    Law("src/engine/", ("src/engine/", "src/platform/cpu_features.h"), PLAIN_HEADERS, PURE),
-    Law("src/engine/kernels/", ("src/engine/", "src/platform/cpu_features.h"),
+    Law("src/engine/", ("src/engine/", "src/platform/cpu.h"), PLAIN_HEADERS, PURE),
+    Law("src/engine/kernels/", ("src/engine/", "src/platform/cpu.h", "src/platform/avx2_"),
         PLAIN_HEADERS | VECTOR_HEADERS, PURE),
     Law("src/templates/", ("src/templates/", *ENGINE_RECORDS), None, (NO_SYSTEM, NO_FLOATS)),
     Law("src/identify/",
