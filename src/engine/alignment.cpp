@@ -139,15 +139,24 @@ int LayOn(const Kernels& kernels, const TemplateGeometry& geometry, const Area& 
 
 // Marks the cells around each minutia.
 void BuildNearMap(NearMap& map, const TemplateGeometry& geometry) {
-  std::fill_n(map.bits[0], NearMap::cells * (NearMap::cells / 32), 0u);
+  constexpr int last = NearMap::cells - 1;
+  std::fill_n(map.marked[0], NearMap::cells * (NearMap::cells / 32), 0u);
   for (int i = 0; i < geometry.count; i++) {
+    const int word = i / 64;
+    const uint64_t bit = uint64_t{1} << (i % 64);
+    if (i % 64 == 0) {
+      std::fill_n(map.column[word], NearMap::cells, uint64_t{0});
+      std::fill_n(map.row[word], NearMap::cells, uint64_t{0});
+    }
     const int column = geometry.position[i].x / NearMap::cellSize;
     const int row = geometry.position[i].y / NearMap::cellSize;
-    for (int r = std::max(row - 1, 0); r <= std::min(row + 1, NearMap::cells - 1); r++) {
-      for (int c = std::max(column - 1, 0); c <= std::min(column + 1, NearMap::cells - 1); c++) {
-        map.bits[r][c / 32] |= 1u << (c % 32);
+    for (int c = std::max(column - 1, 0); c <= std::min(column + 1, last); c++) {
+      map.column[word][c] |= bit;
+      for (int r = std::max(row - 1, 0); r <= std::min(row + 1, last); r++) {
+        map.marked[r][c / 32] |= 1u << (c % 32);
       }
     }
+    for (int r = std::max(row - 1, 0); r <= std::min(row + 1, last); r++) map.row[word][r] |= bit;
   }
 }
 

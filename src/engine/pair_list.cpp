@@ -20,12 +20,15 @@ void BuildPairList(PairList& pairs, const TemplateGeometry& geometry) {
     for (int j = i + 1; j < n; j++) pairs.startAt[geometry.distance[geometry.Row(i) + j]]++;
   }
   uint16_t start = 0;
+  int longest = 0;
   for (int d = 0; d <= maxDistance; d++) {
+    if (pairs.startAt[d] != 0) longest = d;
     const uint16_t count = d > EngineParams::minPairDistance ? pairs.startAt[d] : uint16_t{0};
     pairs.startAt[d] = start;
     start = static_cast<uint16_t>(start + count);
   }
   pairs.count = start;
+  pairs.longest = longest;
 
   for (int i = 0; i < n; i++) {
     for (int j = i + 1; j < n; j++) {
@@ -34,7 +37,8 @@ void BuildPairList(PairList& pairs, const TemplateGeometry& geometry) {
       const int place = pairs.startAt[d]++;
       pairs.first[place] = static_cast<uint8_t>(i);
       pairs.second[place] = static_cast<uint8_t>(j);
-      const int line = LineAngle(geometry, i, j) % 360;
+      const int angle = geometry.lineAngle[geometry.Row(i) + j];
+      const int line = angle == 360 ? 0 : angle;
       pairs.line[place] = static_cast<uint16_t>(line);
       pairs.firstDir[place] = static_cast<uint16_t>(AngleBetween(geometry.dir[i], line));
       pairs.secondDir[place] = static_cast<uint16_t>(AngleBetween(geometry.dir[j], line));

@@ -24,19 +24,19 @@ void FillSets(AngleSets& sets, AngleSets& scratch, const uint16_t* angles, int c
   for (int p = 0; p < count; p++) {
     exact[angles[p] / angleStep * words + p / 64] |= uint64_t{1} << (p % 64);
   }
-  const auto step = [&](int k) { return exact + (k + angleSteps) % angleSteps * words; };
+  const auto step = [&](int k) {
+    return exact + (k < 0 ? k + angleSteps : k < angleSteps ? k : k - angleSteps) * words;
+  };
   uint64_t window[maxPairWords] = {};
   for (int k = -reach; k <= reach; k++) {
-    for (int w = 0; w < words; w++) window[w] ^= step(k)[w];
+    const uint64_t* entering = step(k);
+    for (int w = 0; w < words; w++) window[w] ^= entering[w];
   }
   for (int k = 0; k < angleSteps; k++) {
+    std::copy_n(window, words, sets.bits + k * words);
     const uint64_t* entering = step(k + reach + 1);
     const uint64_t* leaving = step(k - reach);
-    uint64_t* target = sets.bits + k * words;
-    for (int w = 0; w < words; w++) {
-      target[w] = window[w];
-      window[w] ^= entering[w] ^ leaving[w];
-    }
+    for (int w = 0; w < words; w++) window[w] ^= entering[w] ^ leaving[w];
   }
 }
 

@@ -60,12 +60,16 @@ struct TemplateGeometry {
   int Row(int i) const { return i * stride; }
 };
 
-// Where anything may be within reach: the cells of 8 x 8 pixels around minutiae,
-// as bits. [row][column / 32], bit column % 32.
+// Where anything may be within reach: cells of 8 x 8 pixels with a minutia in
+// them or beside them.
 struct NearMap {
   static constexpr int cellSize = 8;
   static constexpr int cells = maxGridBlocks * blockSize / cellSize;
-  uint32_t bits[cells][cells / 32];
+  static constexpr int words = (maxMinutiae + 63) / 64;
+  uint32_t marked[cells][cells / 32];  // [row][column / 32], bit column % 32
+  // The minutiae that marked a column or a row, a bit for each.
+  uint64_t column[words][cells];
+  uint64_t row[words][cells];
 };
 
 // The probe's minutia pairs that are long enough to tell a direction, by length.
@@ -73,6 +77,7 @@ struct NearMap {
 // the ones before startAt[d].
 struct PairList {
   int count;
+  int longest;  // of all, in pixels
   uint16_t startAt[maxDistance + vectorPadding];
   uint8_t first[maxPairs];
   uint8_t second[maxPairs];
@@ -90,7 +95,7 @@ constexpr int angleStep = 4;  // degrees
 constexpr int angleSteps = 360 / angleStep;
 constexpr int maxPairWords = (maxPairs + 63) / 64;
 struct AngleSets {
-  uint64_t bits[angleSteps * maxPairWords];
+  uint64_t bits[angleSteps * maxPairWords + 1];  // one more may be read
 };
 
 struct PairSets {

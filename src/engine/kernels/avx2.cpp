@@ -27,6 +27,13 @@ __m256i Broadcast(int x, int y) {
 // x in the low and y in the high half of each lane.
 __m256i Pack(__m256i x, __m256i y) { return _mm256_blend_epi16(x, _mm256_slli_epi32(y, 16), 0xAA); }
 
+int Sum(__m256i lanes) {
+  __m128i half = _mm_add_epi32(_mm256_castsi256_si128(lanes), _mm256_extracti128_si256(lanes, 1));
+  half = _mm_add_epi32(half, _mm_shuffle_epi32(half, 0x4E));
+  half = _mm_add_epi32(half, _mm_shuffle_epi32(half, 0xB1));
+  return _mm_cvtsi128_si32(half);
+}
+
 uint32_t LaneBits(__m256i mask) {
   return static_cast<uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(mask)));
 }
@@ -93,6 +100,52 @@ void FillPairTables(TemplateGeometry& geometry) {
   }
 }
 
+// ---- Seeds ----
+
+// The most votes of a row, and the lowest place that has them. A row ends in
+// padding without votes.
+int MostVotes(const uint16_t* votes, int stride, int& place) {
+  __m256i most = Load(votes);
+  for (int j = 16; j < stride; j += 16) most = _mm256_max_epu16(most, Load(votes + j));
+  // The least of 8 numbers is one instruction; turned round it is the most.
+  const __m128i both =
+      _mm_max_epu16(_mm256_castsi256_si128(most), _mm256_extracti128_si256(most, 1));
+  const __m128i least = _mm_minpos_epu16(_mm_xor_si128(both, _mm_set1_epi16(-1)));
+  const int count = 0xFFFF - (_mm_cvtsi128_si32(least) & 0xFFFF);
+  const __m256i wanted = _mm256_set1_epi16(static_cast<int16_t>(count));
+  for (int j = 0;; j += 16) {
+    const auto equal =
+        static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi16(Load(votes + j), wanted)));
+    if (equal == 0) continue;
+    place = j + platform::LowestBit(equal) / 2;
+    return count;
+  }
+}
+
+// A seed's place is the number of seeds before it; one number holds votes and
+// index, so that it can be counted 8 at a time.
+void RankSeeds(EngineContext& context) {
+  const int probeCount = context.probeGeometry.count;
+  const int stride = context.referenceGeometry.stride;
+  int32_t keys[maxRow];
+  SeedRecord seeds[maxMinutiae];
+  for (int i = 0; i < probeCount; i++) {
+    int mate = 0;
+    const int count = MostVotes(context.votes + i * stride, stride, mate);
+    keys[i] = count << 8 | (255 - i);
+    seeds[i] = {static_cast<uint8_t>(i), static_cast<uint8_t>(mate), count};
+  }
+  for (int i = probeCount; i < probeCount + 8; i++) keys[i] = -1;
+  for (int i = 0; i < probeCount; i++) {
+    const __m256i own = _mm256_set1_epi32(keys[i]);
+    __m256i before = _mm256_setzero_si256();
+    for (int j = 0; j < probeCount; j += 8) {
+      before = _mm256_sub_epi32(before, _mm256_cmpgt_epi32(Load(keys + j), own));
+    }
+    context.seeds[Sum(before)] = seeds[i];
+  }
+}
+
 // ---- Moved positions ----
 
 // A motion for 8 positions: each product sum is one instruction.
@@ -149,17 +202,33 @@ __m256i MayBeNear(const NearMap& map, __m256i positions, __m256i valid) {
   const __m256i row = _mm256_srli_epi32(cells, 16);
   const __m256i word = _mm256_add_epi32(_mm256_slli_epi32(row, 2), _mm256_srli_epi32(column, 5));
   const __m256i bits = _mm256_mask_i32gather_epi32(
-      _mm256_setzero_si256(), reinterpret_cast<const int*>(map.bits[0]), word, valid, 4);
+      _mm256_setzero_si256(), reinterpret_cast<const int*>(map.marked[0]), word, valid, 4);
   // The cell's bit comes to stand on top.
   return _mm256_sllv_epi32(bits, _mm256_sub_epi32(_mm256_set1_epi32(31),
                                                   _mm256_and_si256(column, _mm256_set1_epi32(31))));
+}
+
+// Adds the minutiae of one word of 64 that are within reach of p.
+void ListNearTo(Position p, int m, int word, const TemplateGeometry& geometry, const NearMap& map,
+                NearList& near) {
+  const Position* others = geometry.position + word * 64;
+  uint64_t bits =
+      map.column[word][p.x / NearMap::cellSize] & map.row[word][p.y / NearMap::cellSize];
+  for (; bits != 0; bits &= bits - 1) {
+    const int n = platform::LowestBit(bits);
+    const int dx = p.x - others[n].x;
+    const int dy = p.y - others[n].y;
+    const int distance2 = dx * dx + dy * dy;
+    near.pairs[near.count] = {static_cast<uint8_t>(m), static_cast<uint8_t>(word * 64 + n),
+                              static_cast<uint16_t>(distance2)};
+    near.count += distance2 <= EngineParams::pairingRadius2 ? 1 : 0;
+  }
 }
 
 void ListNear(const Position* moved, const MinutiaBits& among, int count, const Box& box,
               const TemplateGeometry& geometry, const NearMap& map, NearList& near) {
   const __m256i lower = Broadcast(box.minX, box.minY);
   const __m256i upper = Broadcast(box.maxX, box.maxY);
-  const __m256i reach = _mm256_set1_epi32(EngineParams::pairingRadius2 + 1);
   near.count = 0;
   near.probeMinutiae = 0;
   for (int m0 = 0; m0 < count; m0 += 8) {
@@ -171,22 +240,11 @@ void ListNear(const Position* moved, const MinutiaBits& among, int count, const 
         LaneBits(MayBeNear(map, positions, valid)) & (among.words[m0 / 32] >> (m0 % 32)) & 0xFF;
     for (; left != 0; left &= left - 1) {
       const int m = m0 + platform::LowestBit(left);
-      const __m256i own = Broadcast(moved[m].x, moved[m].y);
       const int before = near.count;
-      for (int n0 = 0; n0 < geometry.count; n0 += 8) {
-        const __m256i apart = _mm256_sub_epi16(Load(geometry.position + n0), own);
-        const __m256i distance2 = _mm256_madd_epi16(apart, apart);
-        uint32_t found = LaneBits(_mm256_cmpgt_epi32(reach, distance2));
-        for (; found != 0; found &= found - 1) {
-          const int n = n0 + platform::LowestBit(found);
-          if (n >= geometry.count) break;
-          const int dx = moved[m].x - geometry.position[n].x;
-          const int dy = moved[m].y - geometry.position[n].y;
-          near.pairs[near.count++] = {static_cast<uint8_t>(m), static_cast<uint8_t>(n),
-                                      static_cast<uint16_t>(dx * dx + dy * dy)};
-        }
+      for (int word = 0; word * 64 < geometry.count; word++) {
+        ListNearTo(moved[m], m, word, geometry, map, near);
       }
-      if (near.count != before) near.probeMinutiae++;
+      near.probeMinutiae += near.count != before ? 1 : 0;
     }
   }
 }
@@ -211,10 +269,7 @@ int SumHolding(const PairingList& pairings, const Motion& motion, Point shift, i
         _mm_loadu_si128(reinterpret_cast<const __m128i*>(pairings.weight + k)));
     sum = _mm256_add_epi32(sum, _mm256_and_si256(weight, _mm256_and_si256(near, alike)));
   }
-  __m128i half = _mm_add_epi32(_mm256_castsi256_si128(sum), _mm256_extracti128_si256(sum, 1));
-  half = _mm_add_epi32(half, _mm_shuffle_epi32(half, 0x4E));
-  half = _mm_add_epi32(half, _mm_shuffle_epi32(half, 0xB1));
-  return _mm_cvtsi128_si32(half);
+  return Sum(sum);
 }
 
 // ---- Ridge orientations ----
@@ -273,22 +328,13 @@ BlockCounts CountBlocks(const Area& probe, const Area& reference, int theta, Poi
       agreeCount = _mm256_sub_epi32(agreeCount, agree);
     }
   }
-  int counts[3][8];
-  Store(counts[0], probeCount);
-  Store(counts[1], overlapCount);
-  Store(counts[2], agreeCount);
-  BlockCounts total = {0, 0, 0};
-  for (int k = 0; k < 8; k++) {
-    total.probe += counts[0][k];
-    total.overlap += counts[1][k];
-    total.agree += counts[2][k];
-  }
-  return total;
+  return {Sum(probeCount), Sum(overlapCount), Sum(agreeCount)};
 }
 
 }  // namespace
 
-const Kernels avx2Kernels = {"avx2", FillPairTables, MoveInto, ListNear, SumHolding, CountBlocks};
+const Kernels avx2Kernels = {"avx2",   FillPairTables, RankSeeds,  MoveInto,
+                             ListNear, SumHolding,     CountBlocks};
 
 }  // namespace vxm
 

@@ -62,6 +62,10 @@ struct Kernels {
   // Distances and line directions between all minutiae of a template.
   void (*fillPairTables)(TemplateGeometry& geometry);
 
+  // Makes the seeds: each probe minutia with its best-voted mate, the lowest of
+  // several, ordered by votes, most first, then by index.
+  void (*rankSeeds)(EngineContext& context);
+
   // Moves positions by the motion and the shift, and tells which come to lie in
   // the box.
   void (*moveInto)(const Position* positions, int count, const Motion& motion, Point shift,

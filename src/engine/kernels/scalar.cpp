@@ -17,7 +17,7 @@ int Distance(int dx, int dy) {
 
 bool MayBeNear(const NearMap& map, Point p) {
   const int column = p.x / NearMap::cellSize;
-  return (map.bits[p.y / NearMap::cellSize][column / 32] >> (column % 32) & 1) != 0;
+  return (map.marked[p.y / NearMap::cellSize][column / 32] >> (column % 32) & 1) != 0;
 }
 
 void FillPairTables(TemplateGeometry& geometry) {
@@ -32,6 +32,19 @@ void FillPairTables(TemplateGeometry& geometry) {
       geometry.lineAngle[geometry.Row(i) + j] = static_cast<uint16_t>(AngleOf(dx, dy));
     }
   }
+}
+
+void RankSeeds(EngineContext& context) {
+  const int probeCount = context.probeGeometry.count;
+  const TemplateGeometry& reference = context.referenceGeometry;
+  for (int i = 0; i < probeCount; i++) {
+    const uint16_t* votes = context.votes + i * reference.stride;
+    const uint16_t* best = std::max_element(votes, votes + reference.count);
+    context.seeds[i] = {static_cast<uint8_t>(i), static_cast<uint8_t>(best - votes), *best};
+  }
+  std::sort(context.seeds, context.seeds + probeCount, [](const auto& a, const auto& b) {
+    return a.seedVotes != b.seedVotes ? a.seedVotes > b.seedVotes : a.seedProbe < b.seedProbe;
+  });
 }
 
 void MoveInto(const Position* positions, int count, const Motion& motion, Point shift,
@@ -101,7 +114,7 @@ BlockCounts CountBlocks(const Area& probe, const Area& reference, int theta, Poi
 
 }  // namespace
 
-const Kernels scalarKernels = {"scalar", FillPairTables, MoveInto,
+const Kernels scalarKernels = {"scalar", FillPairTables, RankSeeds,  MoveInto,
                                ListNear, SumHolding,     CountBlocks};
 
 }  // namespace vxm
