@@ -144,7 +144,7 @@ TEST(HistoryTest, AnswersDoNotDependOnIt) {
   ASSERT_EQ(VXM_Create(&used), VXM_OK);
   std::minstd_rand random(7);
   const auto draw = [&random](size_t below) { return random() / 16 % below; };
-  for (int step = 0; step < 150; step++) {
+  for (int step = 0; step < 60; step++) {
     SCOPED_TRACE(step);
     MatcherHandle fresh = nullptr;
     ASSERT_EQ(VXM_Create(&fresh), VXM_OK);

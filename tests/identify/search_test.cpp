@@ -78,7 +78,7 @@ TEST_F(SearchTest, ScoreAndLevelDecide) {
   poor.lostPercent = 25;
   for (const int type : made::allTypes) {
     ASSERT_EQ(VXM_SetTemplateType(matcher, type), VXM_OK);
-    for (uint64_t finger = 0; finger < 8; finger++) {
+    for (uint64_t finger = 0; finger < 5; finger++) {
       const bool fastMode = finger % 2 == 0;
       calls::Set(matcher, VXM_PARAM_FAST_MODE, fastMode);
       const Bytes candidate = made::Touch(type, finger, 2, poor);

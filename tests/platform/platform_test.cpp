@@ -1,0 +1,184 @@
+// What the library takes from the system, and what happens when it gets nothing.
+//
+// This program's own allocation counts what the library allocates (it is alone in
+// using the form that does not throw) and refuses it on demand; so do the
+// system's functions that make threads, locks and conditions, which the linker
+// leads here first.
+#include "platform/platform.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <new>
+
+#include "support/made_templates.h"
+#include "support/matcher_calls.h"
+#include "support/matcher_fixture.h"
+
+namespace {
+
+std::atomic<int> live{0};   // allocations not yet freed, anyone's
+std::atomic<int> taken{0};  // by the library
+
+// The ordinal, counted from now, of the one that is refused; 0 for none.
+std::atomic<int> refusedAllocation{0};
+std::atomic<int> refusedObject{0};
+
+bool Refuses(std::atomic<int>& ordinal) { return ordinal > 0 && --ordinal == 0; }
+
+void* Allocate(size_t size) {
+  void* memory = std::malloc(size > 0 ? size : 1);
+  if (memory != nullptr) live += 1;
+  return memory;
+}
+
+void Free(void* memory) {
+  if (memory != nullptr) live -= 1;
+  std::free(memory);
+}
+
+void* AllocateForLibrary(size_t size) {
+  taken += 1;
+  return Refuses(refusedAllocation) ? nullptr : Allocate(size);
+}
+
+void* AllocateOrThrow(size_t size) {
+  if (void* memory = Allocate(size)) return memory;
+  throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(size_t size) { return AllocateOrThrow(size); }
+void* operator new[](size_t size) { return AllocateOrThrow(size); }
+void* operator new(size_t size, const std::nothrow_t&) noexcept { return AllocateForLibrary(size); }
+void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+  return AllocateForLibrary(size);
+}
+void operator delete(void* memory) noexcept { Free(memory); }
+void operator delete[](void* memory) noexcept { Free(memory); }
+void operator delete(void* memory, size_t) noexcept { Free(memory); }
+void operator delete[](void* memory, size_t) noexcept { Free(memory); }
+
+extern "C" {
+
+int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
+int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*),
+                          void* argument) {
+  if (Refuses(refusedObject)) return EAGAIN;
+  return __real_pthread_create(thread, attributes, run, argument);
+}
+
+int __real_pthread_mutex_init(pthread_mutex_t*, const pthread_mutexattr_t*);
+int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* attributes) {
+  return Refuses(refusedObject) ? ENOMEM : __real_pthread_mutex_init(mutex, attributes);
+}
+
+int __real_pthread_cond_init(pthread_cond_t*, const pthread_condattr_t*);
+int __wrap_pthread_cond_init(pthread_cond_t* condition, const pthread_condattr_t* attributes) {
+  return Refuses(refusedObject) ? ENOMEM : __real_pthread_cond_init(condition, attributes);
+}
+
+}  // extern "C"
+
+namespace {
+
+using calls::Answer;
+
+const made::Bytes probe = made::Touch(TEMPLATE_NATIVE, 1, 1);
+const made::Bytes mate = made::Touch(TEMPLATE_NATIVE, 1, 2);
+const made::Bytes impostor = made::Touch(TEMPLATE_NATIVE, 2, 1);
+
+// Makes the call with the first thing that it asks for refused, then with the
+// second, and so on until it gets all; each refusal must give VXM_ERROR and
+// leave nothing behind. Tells how many things there were.
+template <typename Call>
+int RefuseOneAfterTheOther(std::atomic<int>& refused, Call call) {
+  for (int ordinal = 1;; ordinal++) {
+    SCOPED_TRACE(ordinal);
+    const int before = live;
+    refused = ordinal;
+    const int status = call();
+    const bool wasRefused = refused.exchange(0) == 0;
+    EXPECT_EQ(live, before);
+    EXPECT_EQ(status, wasRefused ? VXM_ERROR : VXM_OK);
+    if (!wasRefused) return ordinal - 1;
+  }
+}
+
+int CreateAndDelete() {
+  static MatcherHandle matcher;
+  const int status = VXM_Create(&matcher);
+  EXPECT_EQ(matcher == nullptr, status != VXM_OK);
+  if (status == VXM_OK) {
+    EXPECT_EQ(VXM_Delete(matcher), VXM_OK);
+  }
+  return status;
+}
+
+TEST(PlatformFaultTest, CreationIsAllOrNothing) {
+  // The first matcher of the process and a later one.
+  EXPECT_GE(RefuseOneAfterTheOther(refusedAllocation, CreateAndDelete), 1);
+  EXPECT_GE(RefuseOneAfterTheOther(refusedObject, CreateAndDelete), 1);
+  MatcherHandle first = nullptr;
+  ASSERT_EQ(VXM_Create(&first), VXM_OK);
+  EXPECT_GE(RefuseOneAfterTheOther(refusedAllocation, CreateAndDelete), 1);
+  EXPECT_GE(RefuseOneAfterTheOther(refusedObject, CreateAndDelete), 1);
+  EXPECT_EQ(calls::Verify(first, probe, mate).status, VXM_OK);
+  EXPECT_EQ(VXM_Delete(first), VXM_OK);
+}
+
+class PlatformTest : public MatcherTest {
+ protected:
+  // Finds the mate, or fails without an index.
+  int Search(const calls::IdentifyForm& form) {
+    const Answer answer = calls::Identify(form, matcher, probe, {impostor, mate});
+    EXPECT_EQ(answer.output, answer.status == VXM_OK ? 1 : -1) << form.name;
+    return answer.status;
+  }
+};
+
+TEST_F(PlatformTest, IdentificationSurvivesWhatItDoesNotGet) {
+  for (const calls::IdentifyForm& form : calls::identifyForms) {
+    SCOPED_TRACE(form.name);
+    const auto search = [&] { return Search(form); };
+    testing::internal::CaptureStderr();
+    const int allocations = RefuseOneAfterTheOther(refusedAllocation, search);
+    testing::internal::GetCapturedStderr();
+    EXPECT_GE(allocations, 1);
+    testing::internal::CaptureStderr();
+    const int threads = RefuseOneAfterTheOther(refusedObject, search);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              form.twoThreads ? "CreateThread is failed\n" : "");
+    EXPECT_EQ(threads, form.twoThreads ? 1 : 0);
+  }
+}
+
+// A list for all candidates, copies of all of them and a thread; nothing for one
+// of them, and nothing where only one is compared.
+TEST_F(PlatformTest, NoComparisonAllocates) {
+  const auto takenBy = [&](const calls::IdentifyForm& form, size_t count) {
+    const std::vector<calls::Template> gallery(count, calls::Template(impostor));
+    const int before = taken;
+    EXPECT_EQ(calls::Identify(form, matcher, probe, gallery).status, VXM_OK);
+    return taken - before;
+  };
+  for (const calls::IdentifyForm& form : calls::identifyForms) {
+    EXPECT_EQ(takenBy(form, 1), takenBy(form, 40)) << form.name;
+  }
+  EXPECT_EQ(takenBy(calls::identifyForms[0], 40), 1);
+
+  const int before = taken;
+  made::Bytes turned = mate;
+  const int size = static_cast<int>(turned.size());
+  EXPECT_EQ(calls::Verify(matcher, probe, mate).status, VXM_OK);
+  EXPECT_EQ(VXM_RotateTemplate(matcher, turned.data(), size), VXM_OK);
+  EXPECT_EQ(VXM_IdentifyInit(matcher, turned.data(), size), VXM_OK);
+  EXPECT_EQ(calls::IdentifyNext(matcher, mate).status, VXM_OK);
+  EXPECT_EQ(taken, before);
+}
+
+}  // namespace
