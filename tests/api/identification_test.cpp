@@ -98,6 +98,19 @@ TEST_F(IdentificationTest, WhatIsNoCandidateIsPassedOverOrEndsTheSearch) {
   }
 }
 
+// All minutiae of the cut record are there, and match; its attribute is not.
+TEST_F(IdentificationTest, RecordsWithoutTheirAttributeArePassedOver) {
+  for (const int type : {TEMPLATE_ISO19794_2, TEMPLATE_ANSI378}) {
+    SetType(type);
+    const Bytes mate = TouchOf(type, 1, 2);
+    const Bytes cut(mate.begin(), mate.end() - 1);
+    for (const calls::IdentifyForm& form : calls::identifyForms) {
+      EXPECT_EQ(Identify(form, matcher, mate, {cut}), nobody) << form.name << ' ' << type;
+      EXPECT_EQ(Identify(form, matcher, mate, {cut, mate}), Found(1)) << form.name << ' ' << type;
+    }
+  }
+}
+
 TEST_F(IdentificationTest, TypesOfProbeAndCandidateMustFit) {
   for (const int type : made::allTypes) {
     SetType(type);
@@ -238,6 +251,19 @@ TEST_F(IdentificationTest, TimeLimitAndAbortEndTheSearch) {
     EXPECT_EQ(Identify(form, matcher, probe, gallery), (Answer{VXM_ERR_MATCH_ABORTED, 0, -1}));
     ended = true;
     aborting.join();
+  }
+}
+
+// On one thread ISO records that cannot be compared are passed over without a look
+// at the clock.
+TEST_F(IdentificationTest, EmptyIsoRecordsTakeNoTime) {
+  SetType(TEMPLATE_ISO19794_2);
+  const Bytes empty = made::Encode(made::Plain(9, 9, {}), TEMPLATE_ISO19794_2);
+  const std::vector<Template> gallery(200000, empty);
+  for (const calls::IdentifyForm& form : calls::identifyForms) {
+    EXPECT_EQ(Identify(form, matcher, empty, gallery, 1),
+              form.twoThreads ? (Answer{VXM_ERR_MATCH_TIMEOUT, 0, -1}) : nobody)
+        << form.name;
   }
 }
 

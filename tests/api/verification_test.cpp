@@ -124,6 +124,28 @@ TEST_F(VerificationTest, RetryTakesTheBetterOfTwo) {
   }
 }
 
+// A finger overlaid with part of itself the other way up: it matches as it is, so
+// that the better score of the turned comparison is never asked for.
+TEST_F(VerificationTest, RetryFollowsOnlyAFailure) {
+  ASSERT_EQ(VXM_SetTemplateType(matcher, TEMPLATE_ANSI378), VXM_OK);
+  calls::Set(matcher, VXM_PARAM_SECURITY_LEVEL, 1);
+  const auto whole = vxmsynth::MakeImpression(vxmsynth::MakeFinger(1), 1);
+  const auto overlaid = [&](bool turn) {
+    auto upright = whole.minutiae;
+    auto turned = vxmsynth::TurnImpression(whole).minutiae;
+    if (turn) std::swap(upright, turned);
+    upright.resize(20);
+    turned.insert(turned.end(), upright.begin(), upright.end());
+    return made::Encode(made::Plain(whole.gridWidth, whole.gridHeight, turned), TEMPLATE_ANSI378);
+  };
+  const Bytes finger = made::Encode(whole, TEMPLATE_ANSI378);
+  const Answer partly = Verify(matcher, overlaid(false), finger);
+  EXPECT_EQ(partly.output, 1);
+  EXPECT_GT(Verify(matcher, overlaid(true), finger).score, partly.score);
+  calls::Set(matcher, VXM_PARAM_RETRY_TURNED, 1);
+  EXPECT_EQ(Verify(matcher, overlaid(false), finger), partly);
+}
+
 // Fields: type, level, retry, two templates, status, score, decision.
 class VerificationKnownAnswerTest : public MatcherTest,
                                     public testing::WithParamInterface<known::KnownAnswer> {};

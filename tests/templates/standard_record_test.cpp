@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cmath>
-#include <cstring>
 #include <memory>
 
 #include "support/made_templates.h"
@@ -196,22 +194,6 @@ TEST(RecordLoadTest, TypesAndTopBits) {
     const auto loaded = Load(type, record);
     const uint8_t* types = loaded->workspace.type;
     EXPECT_EQ((std::vector<int>(types, types + 4)), (std::vector<int>{0, 0, 1, 0})) << type;
-  }
-}
-
-// An older template in the workspace leaves nothing behind that could be read.
-TEST(RecordLoadTest, WorkspaceIsSetWhole) {
-  Loaded used;
-  std::memset(&used.workspace, 0x5A, sizeof(used.workspace));
-  const Bytes record = RecordOf(iso, {{30, 20}, {70, 90}});
-  vxm::LoadRecord(vxm::isoLayout, record.data(), static_cast<int>(record.size()), used.workspace,
-                  used.attribute);
-  EXPECT_EQ(used.PlacesKept(), (Places{{14, 20}, {54, 90}}));
-  EXPECT_EQ(used.workspace.quality[1], 0);
-  for (int row = 0; row < used.workspace.gridHeight; row++) {
-    for (int column = 0; column < used.workspace.gridWidth; column++) {
-      EXPECT_EQ(used.workspace.orientation[row][column], 0);
-    }
   }
 }
 
