@@ -1,0 +1,98 @@
+// Gathering templates, and choosing pairs among them.
+#include "material.h"
+
+#include <synth.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace bench {
+namespace {
+
+std::vector<Material> NoTouches() {
+  return {{TEMPLATE_NATIVE, "native", {}},
+          {TEMPLATE_ISO19794_2, "iso", {}},
+          {TEMPLATE_ANSI378, "ansi", {}}};
+}
+
+std::vector<Material> MakeTouches(int fingers, uint64_t seed) {
+  constexpr uint64_t impressions = 2;
+  std::vector<Material> made = NoTouches();
+  for (int f = 1; f <= fingers; ++f) {
+    const std::string name = std::to_string(f);
+    const vxmsynth::Finger finger =
+        vxmsynth::MakeFinger(vxmsynth::DeriveSeed(seed, static_cast<uint64_t>(f)));
+    for (uint64_t i = 1; i <= impressions; ++i) {
+      const vxmsynth::Impression impression = vxmsynth::MakeImpression(finger, i);
+      made[0].touches.push_back({name, EncodeNative(impression)});
+      made[1].touches.push_back({name, EncodeIso(impression)});
+      made[2].touches.push_back({name, EncodeAnsi(impression)});
+    }
+  }
+  return made;
+}
+
+// Whether a matcher of that type takes the bytes, which says more than a name does.
+bool IsOfType(int type, const std::vector<uint8_t>& bytes) {
+  MatcherHandle matcher = nullptr;
+  if (VXM_Create(&matcher) != VXM_OK) throw std::runtime_error("no matcher can be made");
+  VXM_SetTemplateType(matcher, type);
+  const int size = static_cast<int>(bytes.size());
+  int verified = 0;
+  const int status = VXM_Verify(matcher, bytes.data(), size, bytes.data(), size, &verified);
+  VXM_Delete(matcher);
+  return status == VXM_OK;
+}
+
+std::vector<Material> ReadTouches(const std::filesystem::path& folder) {
+  std::vector<std::filesystem::path> files;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    if (entry.is_regular_file()) files.push_back(entry.path());
+  }
+  std::sort(files.begin(), files.end());
+  std::vector<Material> read = NoTouches();
+  for (const auto& file : files) {
+    std::ifstream stream(file, std::ios::binary);
+    const std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(stream), {}};
+    if (stream.bad()) throw std::runtime_error(file.string() + ": cannot be read");
+    const std::string stem = (file.parent_path() / file.stem()).string();
+    for (Material& material : read) {
+      if (!IsOfType(material.type, bytes)) continue;
+      material.touches.push_back({stem.substr(0, stem.rfind('_')), bytes});
+    }
+  }
+  return read;
+}
+
+}  // namespace
+
+std::vector<Material> Gather(const Source& source) {
+  return source.folder.empty() ? MakeTouches(source.fingers, source.seed)
+                               : ReadTouches(source.folder);
+}
+
+Pairs GenuinePairs(const Material& material) {
+  Pairs pairs;
+  for (size_t i = 1; i < material.touches.size(); ++i) {
+    const Touch& probe = material.touches[i - 1];
+    const Touch& candidate = material.touches[i];
+    if (probe.finger == candidate.finger) pairs.push_back({&probe, &candidate});
+  }
+  return pairs;
+}
+
+Pairs ImpostorPairs(const Material& material) {
+  Pairs pairs;
+  const size_t count = material.touches.size();
+  for (size_t i = 0; i < count; ++i) {
+    const Touch& probe = material.touches[i];
+    const Touch& candidate = material.touches[(i + count / 2) % count];
+    if (probe.finger != candidate.finger) pairs.push_back({&probe, &candidate});
+  }
+  return pairs;
+}
+
+}  // namespace bench
