@@ -42,6 +42,10 @@
 #ifndef VXMKIT_H
 #define VXMKIT_H
 
+#if defined(_WIN32)
+#include <stddef.h> /* wchar_t */
+#endif
+
 /* The calling convention is C (cdecl on 32-bit Windows, where the names stay
    undecorated in the DLL). */
 #if defined(_WIN32)

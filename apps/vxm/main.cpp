@@ -17,6 +17,7 @@ std::string VersionText() {
 int Run(int argc, char** argv) {
   CLI::App program("Compares, searches, turns and makes fingerprint templates.", "vxm");
   program.require_subcommand(1);
+  program.allow_windows_style_options(false);  // the same arguments everywhere
   program.set_version_flag("--version", VersionText);
   int exitCode = ExitCode::success;
   AddVerify(program, exitCode);

@@ -9,6 +9,8 @@
 #include "vxmkit.h"
 
 #if defined(_WIN32)
+#include <windows.h>
+
 #include <oleauto.h>
 #endif
 

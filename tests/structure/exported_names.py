@@ -1,8 +1,10 @@
 """Holds the lists of exported functions against each other: those that the header
 declares, those that the export list lets out, and those that the built library
-really has.
+really has. A library for Windows may also need nothing but what Windows has.
 
-    exported_names.py TREE NM LIBRARY
+    exported_names.py TREE NM_OR_OBJDUMP LIBRARY
+
+Libraries for Windows (.dll) want objdump, others nm.
 """
 
 import re
@@ -11,22 +13,35 @@ import sys
 from pathlib import Path
 
 COUNT = 19
+WINDOWS_LIBRARIES = {"kernel32.dll", "msvcrt.dll", "oleaut32.dll", "user32.dll"}
 
 
 def matches(file: Path, pattern: str) -> list[str]:
     return re.findall(pattern, file.read_text(encoding="utf-8"), re.MULTILINE)
 
 
+def output_of(*command: str) -> str:
+    return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+
 def main() -> int:
-    tree, nm, library = Path(sys.argv[1]), sys.argv[2], sys.argv[3]
-    symbols = subprocess.run([nm, "-D", "--defined-only", library], check=True,
-                             capture_output=True, text=True).stdout
+    tree, tool, library = Path(sys.argv[1]), sys.argv[2], sys.argv[3]
+    right = True
+    if library.endswith(".dll"):
+        dump = output_of(tool, "-p", library)
+        exported = re.findall(r"^\t\[ *\d+\] (\S+)$", dump, re.MULTILINE)
+        needed = {name.lower() for name in re.findall(r"DLL Name: (\S+)", dump)}
+        if not needed or needed - WINDOWS_LIBRARIES:
+            print(f"{library}: needs {sorted(needed - WINDOWS_LIBRARIES) or 'nothing at all'}")
+            right = False
+    else:
+        symbols = output_of(tool, "-D", "--defined-only", library)
+        exported = [line.split()[-1] for line in symbols.splitlines()]
     lists = {
         "include/vxmkit.h": matches(tree / "include/vxmkit.h", r"^VXM_API int VXM_CALL (\w+)\("),
         "src/exports.map": matches(tree / "src/exports.map", r"^\s*(\w+);"),
-        library: [line.split()[-1] for line in symbols.splitlines()],
+        library: exported,
     }
-    right = True
     declared = sorted(lists["include/vxmkit.h"])
     for place, names in lists.items():
         if len(names) != COUNT:

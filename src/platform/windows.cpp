@@ -1,0 +1,100 @@
+// The platform layer on Windows: unnamed kernel objects, and the form of each
+// call that takes 8-bit text.
+//
+// Mutex and Event are never defined: a pointer to one is the system's handle.
+#include "platform/platform.h"
+
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+
+#include <oleauto.h>
+
+#include <memory>
+#include <new>
+
+namespace vxm::platform {
+
+Mutex* MakeMutex() { return static_cast<Mutex*>(CreateMutexA(nullptr, FALSE, nullptr)); }
+
+void DestroyMutex(Mutex* mutex) {
+  if (mutex != nullptr) CloseHandle(mutex);
+}
+
+void Lock(Mutex* mutex) { WaitForSingleObject(mutex, INFINITE); }
+
+void Unlock(Mutex* mutex) { ReleaseMutex(mutex); }
+
+Event* MakeEvent(bool set) {
+  constexpr BOOL manualReset = TRUE;
+  return static_cast<Event*>(CreateEventA(nullptr, manualReset, set ? TRUE : FALSE, nullptr));
+}
+
+void DestroyEvent(Event* event) {
+  if (event != nullptr) CloseHandle(event);
+}
+
+void Set(Event* event) { SetEvent(event); }
+
+void Reset(Event* event) { ResetEvent(event); }
+
+bool IsSet(Event* event) { return WaitForSingleObject(event, 0) == WAIT_OBJECT_0; }
+
+void WaitFor(Event* event) { WaitForSingleObject(event, INFINITE); }
+
+struct Thread {
+  HANDLE handle;
+  void (*run)(void*);
+  void* argument;
+};
+
+namespace {
+
+DWORD WINAPI RunThread(void* thread) {
+  const Thread* self = static_cast<const Thread*>(thread);
+  self->run(self->argument);
+  return 0;
+}
+
+bool IsRunning(const Thread& thread) {
+  DWORD code = 0;
+  return GetExitCodeThread(thread.handle, &code) != 0 && code == STILL_ACTIVE;
+}
+
+}  // namespace
+
+Thread* StartThread(void (*run)(void*), void* argument) {
+  Thread* thread = new (std::nothrow) Thread{nullptr, run, argument};
+  if (thread == nullptr) return nullptr;
+  thread->handle = CreateThread(nullptr, 0, RunThread, thread, 0, nullptr);
+  if (thread->handle != nullptr) return thread;
+  delete thread;
+  return nullptr;
+}
+
+// Looks at the thread's state every 10 milliseconds. What a worker still has to
+// do is mostly less than that, so the first period ends with the thread.
+void Join(Thread* thread) {
+  constexpr DWORD period = 10;
+  WaitForSingleObject(thread->handle, period);
+  while (IsRunning(*thread)) Sleep(period);
+  CloseHandle(thread->handle);
+  delete thread;
+}
+
+uint32_t Milliseconds() { return GetTickCount(); }
+
+void ShowNotice(const char* text) {
+  MessageBoxA(nullptr, text, "VXMKIT", MB_OK | MB_ICONEXCLAMATION | MB_TASKMODAL);
+}
+
+VXM_ComString MakeComString(const char* text) {
+  constexpr int wholeText = -1;  // with its zero
+  const int length = MultiByteToWideChar(CP_ACP, 0, text, wholeText, nullptr, 0);
+  if (length <= 0) return nullptr;
+  const std::unique_ptr<wchar_t[]> wide(new (std::nothrow) wchar_t[static_cast<size_t>(length)]);
+  if (wide == nullptr) return nullptr;
+  if (MultiByteToWideChar(CP_ACP, 0, text, wholeText, wide.get(), length) != length) return nullptr;
+  return SysAllocString(wide.get());
+}
+
+}  // namespace vxm::platform
