@@ -12,19 +12,33 @@ endfunction()
 
 run(${CMAKE_COMMAND} --install ${buildDir} --prefix ${work}/installed)
 file(RENAME ${work}/installed ${prefix})
-if(NOT EXISTS ${prefix}/${libDir}/libvxmkit.so.${abi})
-  message(FATAL_ERROR "no libvxmkit.so.${abi} in ${prefix}/${libDir}")
+if(suffix STREQUAL ".exe")
+  set(library bin/vxmkit.dll)
+else()
+  set(library ${libDir}/libvxmkit.so.${abi})
+endif()
+if(NOT EXISTS ${prefix}/${library})
+  message(FATAL_ERROR "no ${library} in ${prefix}")
 endif()
 
+# On Windows a host has the library beside itself.
+function(run_consumer folder)
+  if(suffix STREQUAL ".exe")
+    file(COPY ${prefix}/${library} DESTINATION ${folder})
+  endif()
+  run(${emulator} ${folder}/consumer${suffix} ${version})
+endfunction()
+
 if(program)
-  run(${prefix}/bin/${program} --version)
+  run(${emulator} ${prefix}/bin/${program}${suffix} --version)
 endif()
 
 run(${CMAKE_COMMAND} -G ${generator} -S ${CMAKE_CURRENT_LIST_DIR} -B ${work}/by_cmake
   -D CMAKE_PREFIX_PATH=${prefix} -D wantedVersion=${version}
-  -D CMAKE_C_COMPILER=${compiler} -D CMAKE_C_FLAGS=${compilerFlags})
+  -D CMAKE_TOOLCHAIN_FILE=${toolchain} -D CMAKE_C_COMPILER=${compiler}
+  -D CMAKE_C_FLAGS=${compilerFlags})
 run(${CMAKE_COMMAND} --build ${work}/by_cmake)
-run(${work}/by_cmake/consumer ${version})
+run_consumer(${work}/by_cmake)
 
 find_program(pkgConfig NAMES pkg-config pkgconf REQUIRED)
 set(ENV{PKG_CONFIG_PATH} ${prefix}/${libDir}/pkgconfig)
@@ -32,7 +46,8 @@ execute_process(COMMAND ${pkgConfig} --cflags --libs "vxmkit = ${version}"
   OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 separate_arguments(flags UNIX_COMMAND "${flags}")
 separate_arguments(compilerFlags UNIX_COMMAND "${compilerFlags}")
+file(MAKE_DIRECTORY ${work}/by_pkg_config)
 run(${compiler} -std=c99 -Wall -Wextra -Wpedantic -Werror ${compilerFlags}
-  ${CMAKE_CURRENT_LIST_DIR}/consumer.c -o ${work}/by_pkg_config
+  ${CMAKE_CURRENT_LIST_DIR}/consumer.c -o ${work}/by_pkg_config/consumer${suffix}
   ${flags} -Wl,-rpath,${prefix}/${libDir})
-run(${work}/by_pkg_config ${version})
+run_consumer(${work}/by_pkg_config)
