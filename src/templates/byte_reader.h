@@ -15,6 +15,10 @@ struct ByteReader {
   bool Has(int offset, int count) const {
     return offset >= 0 && offset <= size && count <= size - offset;
   }
+  // The bytes of a record; null unless it lies wholly inside.
+  const uint8_t* Record(int offset, int count) const {
+    return Has(offset, count) ? bytes + offset : nullptr;
+  }
   uint32_t U8(int offset) const { return Has(offset, 1) ? bytes[offset] : 0u; }
   // Big-endian.
   uint32_t U16(int offset) const { return U8(offset) << 8 | U8(offset + 1); }

@@ -52,11 +52,12 @@ RecordMinutia ReadMinutia(const RecordLayout& layout, const uint8_t* record, int
 Minutiae ReadMinutiae(const RecordLayout& layout, const StandardRecordFields& fields,
                       const ByteReader& reader) {
   Minutiae minutiae;
-  const int inside = std::max(reader.size - layout.minutiae, 0) / minutiaRecordSize;
-  const int count = std::min({fields.minutiaCount, layout.maxLoaded, inside});
+  const int count = std::min(fields.minutiaCount, layout.maxLoaded);
   for (int i = 0; i < count; i++) {
-    const RecordMinutia minutia =
-        ReadMinutia(layout, reader.bytes + layout.minutiae + i * minutiaRecordSize, i);
+    const uint8_t* record =
+        reader.Record(layout.minutiae + i * minutiaRecordSize, minutiaRecordSize);
+    if (record == nullptr) break;
+    const RecordMinutia minutia = ReadMinutia(layout, record, i);
     if (minutia.x >= fields.imageWidth) continue;
     if (minutia.y < 0 || minutia.y >= fields.imageHeight) continue;
     minutiae.Add(minutia);
