@@ -1,0 +1,46 @@
+# Packages of a build, by cpack: for Debian the library, what development needs
+# and the program, one package each; for Windows all in one zip.
+set(CPACK_PACKAGE_VENDOR "The VXMKIT team")
+set(CPACK_PACKAGE_CONTACT "The VXMKIT team")
+set(CPACK_PACKAGE_CHECKSUM SHA256)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
+
+if(WIN32)
+  set(CPACK_GENERATOR ZIP)
+  set(CPACK_PACKAGE_FILE_NAME vxmkit-${PROJECT_VERSION}-windows-${CMAKE_SYSTEM_PROCESSOR})
+  install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION .)
+  include(CPack)
+  return()
+endif()
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+
+set(sameVersion "libvxmkit${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
+function(debian_package component name section description)
+  string(TOUPPER ${component} key)
+  set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${name} PARENT_SCOPE)
+  set(CPACK_DEBIAN_${key}_PACKAGE_SECTION ${section} PARENT_SCOPE)
+  set(CPACK_DEBIAN_${key}_DESCRIPTION ${description} PARENT_SCOPE)
+  if(NOT component STREQUAL library)
+    set(CPACK_DEBIAN_${key}_PACKAGE_DEPENDS ${sameVersion} PARENT_SCOPE)
+  endif()
+  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE RENAME copyright
+    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${name} COMPONENT ${component})
+endfunction()
+debian_package(library libvxmkit${PROJECT_VERSION_MAJOR} libs
+  "${PROJECT_DESCRIPTION} (shared library)")
+debian_package(development libvxmkit-dev libdevel
+  "${PROJECT_DESCRIPTION} (header, CMake and pkg-config files)")
+debian_package(tools vxmkit-tools utils
+  "${PROJECT_DESCRIPTION} (program vxm)")
+install(FILES ${PROJECT_SOURCE_DIR}/README.md
+  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvxmkit-dev COMPONENT development)
+include(CPack)
