@@ -6,11 +6,11 @@
 // first, all seeds with votes as the second; for each such attempt the probe's
 // minutiae are projected into the reference and paired greedily, and what is
 // paired is weighed against the minutiae that the two prints have in common.
-// Every pairing must also fit the first seed in distance and direction; those
-// that do are listed once per first seed. The winner is weighed again: pairings
-// whose neighbours are paired too count for more.
+// Every pairing must also fit beside the first seed in distance and direction; the
+// answer is remembered for the next attempt with that seed. The winner is weighed
+// again: pairings whose neighbours are paired too count for more.
 // Cost: most attempts end at the first tests; the others cost one step per
-// minutia and per listed correspondence, in vectors.
+// minutia, in vectors, and one per pair of minutiae that meet.
 #include <algorithm>
 #include <cstdlib>
 
