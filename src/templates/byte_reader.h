@@ -15,9 +15,9 @@ struct ByteReader {
   bool Has(int offset, int count) const {
     return offset >= 0 && offset <= size && count <= size - offset;
   }
-  // The bytes of a record; null unless it lies wholly inside.
-  const uint8_t* Record(int offset, int count) const {
-    return Has(offset, count) ? bytes + offset : nullptr;
+  // How many records of a size lie wholly inside.
+  int CountRecords(int offset, int recordSize) const {
+    return Has(offset, 0) ? (size - offset) / recordSize : 0;
   }
   uint32_t U8(int offset) const { return Has(offset, 1) ? bytes[offset] : 0u; }
   // Big-endian.

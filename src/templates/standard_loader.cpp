@@ -7,6 +7,7 @@
 // minutia exactly on the left or top edge of that box is dropped.
 // Cost: one pass over the records and a sort.
 #include <algorithm>
+#include <array>
 
 #include "templates/byte_reader.h"
 #include "templates/conversions.h"
@@ -15,54 +16,67 @@
 namespace vxm {
 namespace {
 
-struct RecordMinutia {
-  int16_t x;
-  int16_t y;
-  int16_t angle;
-  uint8_t type;
-  uint8_t place;  // in the record
-};
+// A minutia in one number, so that numbers in order are minutiae in order: by y,
+// then x; of two in the same place the later of the record comes first.
+using SortableMinutia = uint64_t;
 
-// The minutiae of a record in scratch memory of a fixed size.
-struct Minutiae {
-  RecordMinutia list[maxMinutiae];
-  int count = 0;
-
-  void Add(const RecordMinutia& minutia) { list[count++] = minutia; }
-  RecordMinutia* begin() { return list; }
-  RecordMinutia* end() { return list + count; }
-};
-
-// Takes a minutia record that lies wholly inside the bytes.
-RecordMinutia ReadMinutia(const RecordLayout& layout, const uint8_t* record, int place) {
-  const int code = record[4];
-  const int degrees = layout.format == TemplateFormat::iso ? DegreesFromIsoDirection(code)
-                                                           : DegreesFromAnsiDirection(code);
-  constexpr int bifurcation = 2;
-  RecordMinutia minutia = {};
-  minutia.x = static_cast<int16_t>((record[0] & 0x3F) << 8 | record[1]);
-  minutia.y = static_cast<int16_t>(record[2] << 8 | record[3]);
-  minutia.angle = static_cast<int16_t>(OppositeDirection(degrees));
-  minutia.type = record[0] >> 6 == bifurcation ? 1 : 0;
-  minutia.place = static_cast<uint8_t>(place);
-  return minutia;
+constexpr SortableMinutia Sortable(int x, int y, int place, int angle, int type) {
+  return static_cast<uint64_t>(y) << 40 | static_cast<uint64_t>(x) << 24 |
+         static_cast<uint64_t>(255 - place) << 16 | static_cast<uint64_t>(angle << 1 | type);
 }
+constexpr int XOf(SortableMinutia minutia) { return minutia >> 24 & 0xFFFF; }
+constexpr int YOf(SortableMinutia minutia) { return static_cast<int>(minutia >> 40); }
+constexpr int AngleOf(SortableMinutia minutia) { return minutia >> 1 & 0x1FF; }
+constexpr int TypeOf(SortableMinutia minutia) { return minutia & 1; }
 
-// The minutiae inside the image; records beyond the size do not count.
-Minutiae ReadMinutiae(const RecordLayout& layout, const StandardRecordFields& fields,
-                      const ByteReader& reader) {
-  Minutiae minutiae;
-  const int count = std::min(fields.minutiaCount, layout.maxLoaded);
+// The engine's angle for each direction byte.
+using DirectionTable = std::array<uint16_t, 256>;
+
+constexpr DirectionTable MakeDirections(int (*degreesOf)(int code)) {
+  DirectionTable table = {};
+  int code = 0;
+  for (uint16_t& angle : table) angle = static_cast<uint16_t>(OppositeDirection(degreesOf(code++)));
+  return table;
+}
+constexpr DirectionTable isoDirections = MakeDirections(DegreesFromIsoDirection);
+constexpr DirectionTable ansiDirections = MakeDirections(DegreesFromAnsiDirection);
+
+// The minutiae inside the image, in scratch memory of a fixed size.
+struct Minutiae {
+  SortableMinutia list[maxMinutiae];
+  int count = 0;
+  bool sorted = true;  // records often are
+  int minX = 1024;
+  int minY = 1024;
+  int maxX = 0;
+  int maxY = 0;
+};
+
+// Records beyond the size do not count.
+void ReadMinutiae(const RecordLayout& layout, const StandardRecordFields& fields,
+                  const ByteReader& reader, Minutiae& minutiae) {
+  const DirectionTable& directions =
+      layout.format == TemplateFormat::iso ? isoDirections : ansiDirections;
+  const int count = std::min({fields.minutiaCount, layout.maxLoaded,
+                              reader.CountRecords(layout.minutiae, minutiaRecordSize)});
+  SortableMinutia last = 0;
   for (int i = 0; i < count; i++) {
-    const uint8_t* record =
-        reader.Record(layout.minutiae + i * minutiaRecordSize, minutiaRecordSize);
-    if (record == nullptr) break;
-    const RecordMinutia minutia = ReadMinutia(layout, record, i);
-    if (minutia.x >= fields.imageWidth) continue;
-    if (minutia.y < 0 || minutia.y >= fields.imageHeight) continue;
-    minutiae.Add(minutia);
+    const uint8_t* record = reader.bytes + layout.minutiae + i * minutiaRecordSize;
+    constexpr int bifurcation = 2;
+    const int x = (record[0] & 0x3F) << 8 | record[1];
+    const int y = record[2] << 8 | record[3];
+    // A y beyond 15 bits would be negative.
+    if (x >= fields.imageWidth || y >= std::min(fields.imageHeight, 0x8000)) continue;
+    const SortableMinutia minutia =
+        Sortable(x, y, i, directions[record[4]], record[0] >> 6 == bifurcation ? 1 : 0);
+    minutiae.sorted &= last <= minutia;
+    last = minutia;
+    minutiae.list[minutiae.count++] = minutia;
+    minutiae.minX = std::min(minutiae.minX, x);
+    minutiae.minY = std::min(minutiae.minY, y);
+    minutiae.maxX = std::max(minutiae.maxX, x);
+    minutiae.maxY = std::max(minutiae.maxY, y);
   }
-  return minutiae;
 }
 
 // A range of blocks in one direction.
@@ -87,52 +101,32 @@ BlockRange BlocksAround(int min, int max) {
   return {first + surplus / 2, maxGridBlocks};
 }
 
-// By y, then x; of two in the same place the later of the record comes first.
-bool ComesBefore(const RecordMinutia& a, const RecordMinutia& b) {
-  if (a.y != b.y) return a.y < b.y;
-  if (a.x != b.x) return a.x < b.x;
-  return a.place > b.place;
-}
-
 }  // namespace
 
 void LoadRecord(const RecordLayout& layout, const uint8_t* record, int size,
                 MatchWorkspace& workspace, uint8_t& templateAttribute) {
   const StandardRecordFields fields = ReadRecord(layout, record, size);
-  Minutiae minutiae = ReadMinutiae(layout, fields, {record, size});
-  int minX = 1024;
-  int minY = 1024;
-  int maxX = 0;
-  int maxY = 0;
-  for (const RecordMinutia& minutia : minutiae) {
-    minX = std::min<int>(minX, minutia.x);
-    minY = std::min<int>(minY, minutia.y);
-    maxX = std::max<int>(maxX, minutia.x);
-    maxY = std::max<int>(maxY, minutia.y);
-  }
-  const BlockRange columns = BlocksAround(minX, maxX);
-  const BlockRange rows = BlocksAround(minY, maxY);
-  // Records are often written in this order.
-  if (!std::is_sorted(minutiae.begin(), minutiae.end(), ComesBefore)) {
-    std::sort(minutiae.begin(), minutiae.end(), ComesBefore);
-  }
+  Minutiae minutiae;
+  ReadMinutiae(layout, fields, {record, size}, minutiae);
+  const BlockRange columns = BlocksAround(minutiae.minX, minutiae.maxX);
+  const BlockRange rows = BlocksAround(minutiae.minY, minutiae.maxY);
+  if (!minutiae.sorted) std::sort(minutiae.list, minutiae.list + minutiae.count);
 
   int kept = 0;
-  for (const RecordMinutia& minutia : minutiae) {
-    if (!columns.Holds(minutia.x) || !rows.Holds(minutia.y)) continue;
-    workspace.x[kept] = static_cast<int16_t>(minutia.x - columns.first * blockSize);
-    workspace.y[kept] = static_cast<int16_t>(minutia.y - rows.first * blockSize);
-    workspace.angle[kept] = static_cast<uint16_t>(minutia.angle);
+  for (int i = 0; i < minutiae.count; i++) {
+    const SortableMinutia minutia = minutiae.list[i];
+    if (!columns.Holds(XOf(minutia)) || !rows.Holds(YOf(minutia))) continue;
+    workspace.x[kept] = static_cast<int16_t>(XOf(minutia) - columns.first * blockSize);
+    workspace.y[kept] = static_cast<int16_t>(YOf(minutia) - rows.first * blockSize);
+    workspace.angle[kept] = static_cast<uint16_t>(AngleOf(minutia));
     workspace.quality[kept] = 0;
-    workspace.type[kept] = minutia.type;
+    workspace.type[kept] = static_cast<uint8_t>(TypeOf(minutia));
     kept++;
   }
   workspace.minutiaCount = kept;
   workspace.gridWidth = static_cast<uint8_t>(kept == 0 ? 1 : columns.count);
   workspace.gridHeight = static_cast<uint8_t>(kept == 0 ? 1 : rows.count);
-  for (int row = 0; row < workspace.gridHeight; row++) {
-    std::fill_n(workspace.orientation[row], workspace.gridWidth, uint8_t{0});
-  }
+  std::fill_n(workspace.orientation[0], workspace.gridHeight * maxGridBlocks, uint8_t{0});
   templateAttribute = fields.templateAttribute;
 }
 
