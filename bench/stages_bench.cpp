@@ -53,9 +53,6 @@ void PrepareBoth(const Pair&, Desk& desk) {
 
 void ListPairs(const Pair&, Desk& desk) {
   vxm::BuildPairList(desk.context.probePairs, desk.context.probeGeometry);
-  if (desk.context.probeGeometry.plainAngles) {
-    vxm::BuildPairSets(desk.context.probePairSets, desk.context.probePairs);
-  }
 }
 
 void Vote(const Pair&, Desk& desk) { vxm::VotePairs(desk.context, vxm::verificationLimits); }

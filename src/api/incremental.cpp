@@ -11,9 +11,9 @@ namespace {
 
 bool Matches(Matcher& matcher, const vxm::MatchWorkspace& probe) {
   vxm::WorkingSet& set = matcher.caller;
-  const int score =
-      vxm::StagedCompareNative(probe, set.candidateWorkspace, set.staged, matcher.fastMode);
-  return score >= vxm::ThresholdAt(vxm::nativeThresholds, matcher.securityLevel);
+  const int threshold = vxm::ThresholdAt(vxm::nativeThresholds, matcher.securityLevel);
+  return vxm::StagedCompareNative(probe, set.candidateWorkspace, set.staged, matcher.fastMode,
+                                  threshold) >= threshold;
 }
 
 // Upright and turned probe take turns, so neither finds its own tables.

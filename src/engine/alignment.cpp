@@ -72,18 +72,6 @@ bool RidgesAgree(const EngineContext& context, int theta, Correspondence second)
          difference > 180 - EngineParams::orientationTolerance;
 }
 
-// Inside this box a position can be in the area.
-Box BoxOf(const Area& area) {
-  return {std::max(area.firstColumn * blockSize - 1, 0), area.gridWidth * blockSize,
-          std::max(area.firstRow * blockSize - 1, 0), area.gridHeight * blockSize};
-}
-
-// Projected minutiae outside this box are too near to the border to pair; it has
-// the size of the probe's area.
-Box PairingBox(const Area& area) {
-  return {6, area.gridWidth * blockSize - 6, 6, area.gridHeight * blockSize - 6};
-}
-
 // One alignment, and what it lays on what.
 struct Attempt {
   Correspondence first;
@@ -102,6 +90,7 @@ struct Attempt {
 // the last reference minutia that was asked about, and the answer.
 struct FitMemory {
   Correspondence seed;
+  int needed;  // pairings of the last attempt to win
   int16_t asked[maxMinutiae];
   bool fits[maxMinutiae];
 };
@@ -119,45 +108,20 @@ bool FitsBesideSeed(const EngineContext& context, FitMemory& memory, Corresponde
 int LayOn(const Kernels& kernels, const TemplateGeometry& geometry, const Area& area,
           const Motion& motion, Point shift, int except1, int except2, MinutiaBits& on,
           Position* moved) {
-  kernels.moveInto(geometry.position, geometry.count, motion, shift, BoxOf(area), on, moved);
+  kernels.moveOnto(geometry, area, motion, shift, on, moved);
   on.Remove(except1);
   on.Remove(except2);
   int count = 0;
-  for (int word = 0; word * 32 < geometry.count; word++) {
-    uint32_t& bits = on.words[word];
-    if (area.hasRidges) {
-      for (uint32_t left = bits; left != 0; left &= left - 1) {
-        const int i = platform::LowestBit(left);
-        const Position p = moved[word * 32 + i];
-        if (area.grid[p.y / blockSize][p.x / blockSize] == background) bits ^= 1u << i;
-      }
-    }
-    count += platform::CountBits(bits);
+  for (int word = 0; word < WordsFor(geometry.count); word++) {
+    count += platform::CountBits(on.words[word]);
   }
   return count;
 }
 
-// Marks the cells around each minutia.
-void BuildNearMap(NearMap& map, const TemplateGeometry& geometry) {
-  constexpr int last = NearMap::cells - 1;
-  std::fill_n(map.marked[0], NearMap::cells * (NearMap::cells / 32), 0u);
-  for (int i = 0; i < geometry.count; i++) {
-    const int word = i / 64;
-    const uint64_t bit = uint64_t{1} << (i % 64);
-    if (i % 64 == 0) {
-      std::fill_n(map.column[word], NearMap::cells, uint64_t{0});
-      std::fill_n(map.row[word], NearMap::cells, uint64_t{0});
-    }
-    const int column = geometry.position[i].x / NearMap::cellSize;
-    const int row = geometry.position[i].y / NearMap::cellSize;
-    for (int c = std::max(column - 1, 0); c <= std::min(column + 1, last); c++) {
-      map.column[word][c] |= bit;
-      for (int r = std::max(row - 1, 0); r <= std::min(row + 1, last); r++) {
-        map.marked[r][c / 32] |= 1u << (c % 32);
-      }
-    }
-    for (int r = std::max(row - 1, 0); r <= std::min(row + 1, last); r++) map.row[word][r] |= bit;
-  }
+int SquaredDistance(Position a, Position b) {
+  const int dx = a.x - b.x;
+  const int dy = a.y - b.y;
+  return dx * dx + dy * dy;
 }
 
 // Pairs each projected probe minutia with the nearest mate that is still free
@@ -166,20 +130,20 @@ void PairGreedily(const EngineContext& context, FitMemory& memory, Attempt& atte
   MinutiaBits unpaired = attempt.onProbe;
   attempt.matched = 0;
   attempt.weight = 0;
-  for (int k = 0; k < context.near.count;) {
-    const int m = context.near.pairs[k].probe;
+  for (int k = 0; k < context.near.count; k++) {
+    const int m = context.near.probe[k];
     int best = -1;
     int bestDistance = EngineParams::pairingRadius2;
-    for (; k < context.near.count && context.near.pairs[k].probe == m; k++) {
-      const NearPair& near = context.near.pairs[k];
-      const Correspondence c = {m, near.reference};
-      if (near.distance2 > bestDistance || !unpaired.Has(c.reference)) continue;
-      if (!AnglesAgree(RotationOf(context, c), attempt.theta, EngineParams::seedAngleTolerance)) {
-        continue;
+    for (int word = 0; word < WordsFor(context.referenceGeometry.count); word++) {
+      uint64_t left = context.near.references[k].words[word] & unpaired.words[word];
+      for (; left != 0; left &= left - 1) {
+        const int n = word * 64 + platform::LowestBit(left);
+        const int distance =
+            SquaredDistance(attempt.moved[m], context.referenceGeometry.position[n]);
+        if (distance > bestDistance || !FitsBesideSeed(context, memory, {m, n})) continue;
+        best = n;
+        bestDistance = distance;
       }
-      if (!FitsBesideSeed(context, memory, c)) continue;
-      best = c.reference;
-      bestDistance = near.distance2;
     }
     if (best < 0) continue;
     unpaired.Remove(best);
@@ -228,6 +192,29 @@ int Overlap(int onReference, int onProbe, int matched) {
   return matched < manyPairings ? onReference + onProbe - matched : std::max(onReference, onProbe);
 }
 
+// What so many pairings, all at the largest weight and over the least overlap that
+// they can have, would score.
+int MostScore(const EngineContext& context, const Attempt& attempt, int pairings, int onReference,
+              int onProbe) {
+  const int weight = context.scale == Scale::native ? maxPairWeight : maxStandardPairWeight;
+  return MostSquareOver(WithSeedFactors(context, pairings * weight, attempt.first, attempt.second),
+                        Overlap(onReference, onProbe, pairings));
+}
+
+// How many pairings an alignment must have at least to beat the best so far. More
+// pairings never score less, so the search begins at the answer to the last.
+int PairingsNeeded(const EngineContext& context, const Attempt& attempt, int onReference,
+                   int minOverlap, int bestScore, int guess) {
+  const auto beats = [&](int pairings) {
+    return MostScore(context, attempt, pairings, onReference, std::max(minOverlap, pairings)) >
+           bestScore;
+  };
+  int needed = std::clamp(guess, 1, onReference + 1);
+  while (needed > 1 && beats(needed - 1)) needed--;
+  while (needed <= onReference && !beats(needed)) needed++;
+  return needed;
+}
+
 // Tries an alignment; answers the number of pairings when it is the best so far,
 // else 0.
 int Try(EngineContext& context, FitMemory& memory, Attempt& attempt, int minOverlap,
@@ -239,21 +226,19 @@ int Try(EngineContext& context, FitMemory& memory, Attempt& attempt, int minOver
       LayOn(kernels, probe, reference.area, Forward(attempt.theta), attempt.shift,
             attempt.first.probe, attempt.second.probe, attempt.onReference, attempt.moved);
   if (onReference < minOverlap) return 0;
-  kernels.listNear(attempt.moved, attempt.onReference, probe.count, PairingBox(probe.area),
-                   reference, context.nearReference, context.near);
-  if (context.near.count == 0) return 0;
+  memory.needed =
+      PairingsNeeded(context, attempt, onReference, minOverlap, result.score, memory.needed);
+  if (memory.needed > onReference) return 0;
+  kernels.listNear(context, attempt.moved, attempt.onReference, attempt.theta, memory.needed);
+  if (context.near.count < memory.needed) return 0;
   Position movedBack[maxRow];
   const int onProbe =
       LayOn(kernels, reference, probe.area, Backward(attempt.theta, attempt.shift), {0, 0},
             attempt.first.reference, attempt.second.reference, attempt.onProbe, movedBack);
-  if (onProbe < minOverlap) return 0;
-
-  // If all that is near were paired at the largest weight, would it win?
-  const int largestWeight = context.scale == Scale::native ? maxPairWeight : maxStandardPairWeight;
-  const int mostWeight = WithSeedFactors(context, context.near.probeMinutiae * largestWeight,
-                                         attempt.first, attempt.second);
-  const int leastOverlap = Overlap(onReference, onProbe, context.near.probeMinutiae);
-  if (MostSquareOver(mostWeight, leastOverlap) <= result.score) return 0;
+  if (onProbe < minOverlap ||
+      MostScore(context, attempt, context.near.count, onReference, onProbe) <= result.score) {
+    return 0;
+  }
 
   PairGreedily(context, memory, attempt);
   if (attempt.matched == 0) return 0;
@@ -281,20 +266,25 @@ void SearchAlignment(EngineContext& context, MatchResult& result) {
   const int norm = ScoreNorm(probeCount, referenceCount);
   const int firstCount = CountSeeds(context, FirstSeedVotes(context));
   const int secondCount = CountSeeds(context, 3);
+  const Kernels& kernels = KernelsFor(context);
   int bestMatched = 0;
-  bool mapped = false;
   for (int s = 0; s < firstCount && result.score <= norm * goodEnough; s++) {
     if (context.seeds[s].seedVotes <= bestMatched) continue;
+    MinutiaBits partners;
+    if (!kernels.findPartners(context, s, secondCount, partners)) continue;
     FitMemory memory;
+    memory.needed = bestMatched;
     memory.seed = SeedAt(context, s);
     std::fill_n(memory.asked, probeCount, int16_t{-1});
-    for (int k = 0; k < secondCount && result.score <= norm * goodEnough; k++) {
-      Attempt attempt;
-      if (!Align(context, memory.seed, SeedAt(context, k), attempt)) continue;
-      if (!mapped) BuildNearMap(context.nearReference, context.referenceGeometry);
-      mapped = true;
-      const int matched = Try(context, memory, attempt, minOverlap, result);
-      if (matched != 0) bestMatched = matched;
+    for (int word = 0; word < WordsFor(secondCount); word++) {
+      for (uint64_t left = partners.words[word]; left != 0; left &= left - 1) {
+        if (result.score > norm * goodEnough) break;
+        const int k = word * 64 + platform::LowestBit(left);
+        Attempt attempt;
+        if (!Align(context, memory.seed, SeedAt(context, k), attempt)) continue;
+        const int matched = Try(context, memory, attempt, minOverlap, result);
+        if (matched != 0) bestMatched = matched;
+      }
     }
   }
   if (bestMatched != 0) result.score = Rescore(context, result, result.overlap, NeighbourSupport);

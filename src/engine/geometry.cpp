@@ -17,12 +17,12 @@ void FillMinutiae(TemplateGeometry& geometry) {
   const MatchWorkspace& workspace = *geometry.workspace;
   constexpr int largestAngle = 360;
   geometry.count = workspace.minutiaCount;
-  geometry.stride = (geometry.count + 8 + 15) / 16 * 16;
   geometry.plainAngles = true;
   for (int i = 0; i < geometry.count; i++) {
     const int angle = workspace.angle[i];
     geometry.position[i] = {workspace.x[i], workspace.y[i]};
     geometry.dir[i] = static_cast<int16_t>(angle == 0 ? 0 : 360 - angle);
+    geometry.turn[i] = ScaledTurn(geometry.dir[i]);
     if (angle > largestAngle) geometry.plainAngles = false;
   }
 }

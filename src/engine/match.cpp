@@ -31,9 +31,6 @@ int Match(const MatchWorkspace& probe, const MatchWorkspace& reference, EngineCo
   if (prepareProbe) {
     PrepareGeometry(context.probeGeometry, probe, scale);
     BuildPairList(context.probePairs, context.probeGeometry);
-    if (context.probeGeometry.plainAngles) {
-      BuildPairSets(context.probePairSets, context.probePairs);
-    }
   }
   PrepareGeometry(context.referenceGeometry, reference, scale);
   VotePairs(context, limits);
@@ -42,14 +39,18 @@ int Match(const MatchWorkspace& probe, const MatchWorkspace& reference, EngineCo
   };
   SearchAlignment(context, result);
   byOrientation(result);
+  const int scaling = scale == Scale::standard ? 2 : 1;
   if (result.score >= 1 && result.score < clearScore) {
     MatchResult second;
-    RefineAlignment(context, result, second);
-    byOrientation(second);
+    second.score = MostRefined(context, result);
+    // The true score of the second pass makes no difference where the best cannot.
+    if (((result.score + second.score) >> 1) * scaling >= limits.neededScore) {
+      RefineAlignment(context, result, second);
+      byOrientation(second);
+    }
     result.score = (result.score + second.score) >> 1;
   }
-  if (scale == Scale::standard) result.score *= 2;
-  result.score = std::min(result.score, maxScore);
+  result.score = std::min(result.score * scaling, maxScore);
   return result.score;
 }
 

@@ -37,19 +37,32 @@ constexpr bool AnglesAgree(int a, int b, int tolerance) {
   return WithinTolerance(a < b ? b - a : a - b, tolerance);
 }
 
-// Whether a difference of plain angles, with either sign and up to two turns, is
-// within the tolerance.
-constexpr bool SmallTurn(int difference, int tolerance) {
-  const int size = difference < 0 ? -difference : difference;
-  const int rest = size >= 360 ? size - 360 : size;
-  return (rest <= tolerance) | (rest >= 360 - tolerance);
-}
-
 // a - b for angles, brought up by a full turn when negative.
 constexpr int AngleBetween(int a, int b) {
   const int difference = a - b;
   return difference < 0 ? difference + 360 : difference;
 }
+
+// Angles so scaled that a full turn is nearly all of 16 bits: differences wrap by
+// themselves, but for 16 units with each turn that was added or taken away. A
+// degree is so much more that a reach with room for two turns is still exact:
+// whatever sums and differences of angles 0..360 gave the two, they agree within
+// the reach if and only if the degrees agree within the tolerance.
+constexpr int turnScale = 182;
+constexpr uint16_t ScaledTurn(int degrees) { return static_cast<uint16_t>(degrees * turnScale); }
+constexpr int ScaledReach(int tolerance) {
+  constexpr int lostInTurn = 65536 - 360 * turnScale;
+  static_assert(4 * lostInTurn < turnScale);
+  return tolerance * turnScale + 2 * lostInTurn;
+}
+constexpr bool TurnsAgree(int a, int b, int reach) {
+  return static_cast<uint16_t>(a - b + reach) <= 2 * reach;
+}
+
+// The upper bytes of scaled turns. Those that agree are within this of each other;
+// some that do not are, too.
+constexpr uint8_t CoarseTurn(uint16_t turn) { return static_cast<uint8_t>(turn >> 8); }
+constexpr int CoarseReach(int tolerance) { return (ScaledReach(tolerance) + 255) / 256; }
 
 struct Point {
   int x;

@@ -11,13 +11,25 @@
 #include "engine/stages.h"
 
 namespace vxm {
+namespace {
+
+void AddPair(PairList& list, int place, const TemplateGeometry& geometry, int i, int j) {
+  const auto line = ScaledTurn(geometry.lineAngle[PairPlace(i, j)]);
+  const auto firstDir = static_cast<uint16_t>(geometry.turn[i] - line);
+  const auto secondDir = static_cast<uint16_t>(geometry.turn[j] - line);
+  list.pairs[place] = {line, firstDir, secondDir, static_cast<uint8_t>(i), static_cast<uint8_t>(j)};
+  list.coarse.line[place] = CoarseTurn(line);
+  list.coarse.firstDir[place] = CoarseTurn(firstDir);
+  list.coarse.secondDir[place] = CoarseTurn(secondDir);
+}
+
+}  // namespace
 
 void BuildPairList(PairList& pairs, const TemplateGeometry& geometry) {
-  const int n = geometry.count;
   // While the list is filled, startAt[d] is where the next pair of length d goes.
   std::fill_n(pairs.startAt, maxDistance + 1, uint16_t{0});
-  for (int i = 0; i < n; i++) {
-    for (int j = i + 1; j < n; j++) pairs.startAt[geometry.distance[geometry.Row(i) + j]]++;
+  for (int place = 0; place < PairCount(geometry.count); place++) {
+    pairs.startAt[geometry.distance[place]]++;
   }
   uint16_t start = 0;
   int longest = 0;
@@ -30,18 +42,11 @@ void BuildPairList(PairList& pairs, const TemplateGeometry& geometry) {
   pairs.count = start;
   pairs.longest = longest;
 
-  for (int i = 0; i < n; i++) {
-    for (int j = i + 1; j < n; j++) {
-      const int d = geometry.distance[geometry.Row(i) + j];
+  for (int j = 1; j < geometry.count; j++) {
+    for (int i = 0; i < j; i++) {
+      const int d = geometry.distance[PairPlace(i, j)];
       if (d <= EngineParams::minPairDistance) continue;
-      const int place = pairs.startAt[d]++;
-      pairs.first[place] = static_cast<uint8_t>(i);
-      pairs.second[place] = static_cast<uint8_t>(j);
-      const int angle = geometry.lineAngle[geometry.Row(i) + j];
-      const int line = angle == 360 ? 0 : angle;
-      pairs.line[place] = static_cast<uint16_t>(line);
-      pairs.firstDir[place] = static_cast<uint16_t>(AngleBetween(geometry.dir[i], line));
-      pairs.secondDir[place] = static_cast<uint16_t>(AngleBetween(geometry.dir[j], line));
+      AddPair(pairs, pairs.startAt[d]++, geometry, i, j);
     }
   }
   // Each start has moved to the end of its length, the start of the next one.
@@ -50,6 +55,12 @@ void BuildPairList(PairList& pairs, const TemplateGeometry& geometry) {
   pairs.startAt[0] = 0;
   // No pair is longer than the longest.
   std::fill_n(pairs.startAt + maxDistance + 1, vectorPadding - 1, start);
+  constexpr int reach = EngineParams::pairDistanceTolerance;
+  pairs.mostAlike = 0;
+  for (int d = reach; d <= maxDistance; d++) {
+    pairs.mostAlike =
+        std::max(pairs.mostAlike, pairs.startAt[d + reach + 1] - pairs.startAt[d - reach]);
+  }
 }
 
 }  // namespace vxm

@@ -58,7 +58,8 @@ constexpr int standardWeight = 50;
 
 namespace vxm {
 
-// Tolerances of the voting and the bounds of its pruning: pairs are dropped,
+// Tolerances of the voting and the bounds of its pruning, and what the score is
+// for: pairs are dropped,
 // longest first, until the product of the two lists' last indices is at most
 // `pruneMaxProduct` or the longest pair left is at most `pruneMinDistance`.
 struct MatchLimits {
@@ -67,6 +68,8 @@ struct MatchLimits {
   int32_t pruneEnabled;
   int32_t pruneMaxProduct;
   int32_t pruneMinDistance;  // pixels
+  // A score below this need not be exact, only below it; 0: all are.
+  int32_t neededScore = 0;
 };
 
 // What verification votes with.

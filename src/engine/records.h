@@ -5,9 +5,9 @@
 // at once with a context each. All quantities are integers: pixels, whole
 // degrees, and 1024ths in the sine tables.
 //
-// Tables are flat, and their rows as long as the template needs, so that work
-// for 18 minutiae touches memory for 18. All rows and lists end in padding that
-// vector code may read and write.
+// Tables are flat and only as long as the template needs, so that work for 18
+// minutiae touches memory for 18. All lists end in padding that vector code may
+// read and write.
 #pragma once
 
 #include <cstdint>
@@ -19,8 +19,13 @@ namespace vxm {
 constexpr int maxPairs = maxMinutiae * (maxMinutiae - 1) / 2;
 constexpr int maxDistance = 1023;  // pixels; longer ones are stored as this
 
-constexpr int vectorPadding = 32;         // elements
-constexpr int maxRow = maxMinutiae + 24;  // a multiple of 16 with at least 8 to spare
+constexpr int vectorPadding = 64;         // elements
+constexpr int maxRow = maxMinutiae + 24;  // a multiple of 32
+
+// The place of the pair of two minutiae, i < j, in a table of all pairs; the
+// pairs of the first n minutiae are the first in it, whatever n.
+constexpr int PairPlace(int i, int j) { return j * (j - 1) / 2 + i; }
+constexpr int PairCount(int minutiae) { return PairPlace(0, minutiae); }
 
 // Which of the two scales a comparison is scored on. Standard records have
 // neither quality nor an orientation grid.
@@ -43,67 +48,59 @@ struct Area {
   alignas(64) uint8_t grid[maxGridBlocks + 1][maxGridBlocks];  // degrees 0..179, or background
 };
 
+// Angles of pairs, coarse: the line between the two minutiae, and their directions
+// as seen from it, in 256ths of 65536 scaled turns (see numeric.h).
+struct CoarseAngles {
+  uint8_t line[maxPairs + 2 * vectorPadding];
+  uint8_t firstDir[maxPairs + 2 * vectorPadding];
+  uint8_t secondDir[maxPairs + 2 * vectorPadding];
+};
+
 // What the comparison knows of one template.
 struct TemplateGeometry {
   const MatchWorkspace* workspace;
   int count;         // minutiae
-  int stride;        // of the rows: count and at least 8 of padding
   bool plainAngles;  // all angles are 0..360, so that differences wrap as usual
   Area area;
   alignas(64) Position position[maxRow];
-  alignas(64) int16_t dir[maxRow];  // direction, 360 - angle
-  // [i * stride + j] speaks of minutia j as seen from minutia i; the lines only
-  // for i < j.
-  alignas(64) uint16_t distance[maxMinutiae * maxRow + vectorPadding];   // pixels
-  alignas(64) uint16_t lineAngle[maxMinutiae * maxRow + vectorPadding];  // of the line, 0..360
-
-  int Row(int i) const { return i * stride; }
+  alignas(64) int16_t dir[maxRow];    // direction, 360 - angle
+  alignas(64) uint16_t turn[maxRow];  // the same as a scaled turn
+  // By PairPlace.
+  alignas(64) uint16_t distance[maxPairs + vectorPadding];   // pixels
+  alignas(64) uint16_t lineAngle[maxPairs + vectorPadding];  // from i to j, 0..360
+  CoarseAngles coarse;                                       // for the vector forms alone
 };
 
-// Where anything may be within reach: cells of 8 x 8 pixels with a minutia in
-// them or beside them.
-struct NearMap {
-  static constexpr int cellSize = 8;
-  static constexpr int cells = maxGridBlocks * blockSize / cellSize;
-  static constexpr int words = (maxMinutiae + 63) / 64;
-  uint32_t marked[cells][cells / 32];  // [row][column / 32], bit column % 32
-  // The minutiae that marked a column or a row, a bit for each.
-  uint64_t column[words][cells];
-  uint64_t row[words][cells];
+// A set of minutiae, or of seeds.
+struct MinutiaBits {
+  static constexpr int maxWords = (maxRow + 63) / 64;
+  uint64_t words[maxWords];
+
+  bool Has(int i) const { return (words[i / 64] >> (i % 64) & 1) != 0; }
+  void Add(int i) { words[i / 64] |= uint64_t{1} << (i % 64); }
+  void Remove(int i) { words[i / 64] &= ~(uint64_t{1} << (i % 64)); }
+};
+constexpr int WordsFor(int count) { return (count + 63) / 64; }
+
+// Two minutiae, first < second, and scaled turns: the line between them, and their
+// directions as seen from it.
+struct MinutiaPair {
+  uint16_t line;
+  uint16_t firstDir;
+  uint16_t secondDir;
+  uint8_t first;
+  uint8_t second;
 };
 
-// The probe's minutia pairs that are long enough to tell a direction, by length.
-// Pair p is the minutiae first[p] < second[p]; those shorter than d pixels are
-// the ones before startAt[d].
+// The probe's minutia pairs that are long enough to tell a direction, by length;
+// those shorter than d pixels are the ones before startAt[d].
 struct PairList {
   int count;
-  int longest;  // of all, in pixels
+  int longest;    // of all, in pixels
+  int mostAlike;  // pairs of a length within the widest tolerance of another, at most
   uint16_t startAt[maxDistance + vectorPadding];
-  uint8_t first[maxPairs];
-  uint8_t second[maxPairs];
-  // Whole degrees 0..359: the line, and the directions of the two minutiae as seen
-  // from it.
-  uint16_t line[maxPairs];
-  uint16_t firstDir[maxPairs];
-  uint16_t secondDir[maxPairs];
-};
-
-// Sets of the probe's pairs by an angle: for each step of some degrees, the pairs
-// whose own angle may be within the tolerance of an angle in that step.
-// [step * words + p / 64], bit p % 64.
-constexpr int angleStep = 4;  // degrees
-constexpr int angleSteps = 360 / angleStep;
-constexpr int maxPairWords = (maxPairs + 63) / 64;
-struct AngleSets {
-  uint64_t bits[angleSteps * maxPairWords + 1];  // one more may be read
-};
-
-struct PairSets {
-  int words;
-  AngleSets line;
-  AngleSets firstDir;
-  AngleSets secondDir;
-  AngleSets scratch;  // of making them
+  MinutiaPair pairs[maxPairs];
+  CoarseAngles coarse;
 };
 
 // A probe minutia and the reference minutia taken for its mate.
@@ -119,18 +116,12 @@ struct SeedRecord {
   int32_t seedVotes;
 };
 
-// A probe minutia under an alignment and a reference minutia within its reach.
-struct NearPair {
-  uint8_t probe;
-  uint8_t reference;
-  uint16_t distance2;  // squared pixels
-};
-
-// By probe minutia, then by reference minutia.
+// Probe minutiae, ascending, under an alignment, and which reference minutiae each
+// of them could pair with: those within reach and turned alike.
 struct NearList {
   int count;
-  int probeMinutiae;  // that anything is near to
-  NearPair pairs[maxMinutiae * maxMinutiae];
+  uint8_t probe[maxRow];
+  MinutiaBits references[maxRow];
 };
 
 struct EngineContext {
@@ -138,11 +129,10 @@ struct EngineContext {
   TemplateGeometry probeGeometry;
   TemplateGeometry referenceGeometry;
   PairList probePairs;
-  PairSets probePairSets;
-  // [i * reference stride + j]; at most 199 * 199, which fits.
-  alignas(64) uint16_t votes[maxMinutiae * maxRow];
-  SeedRecord seeds[maxMinutiae];  // by votes, most first
-  NearMap nearReference;
+  // [reference * probe count + probe]; at most 199 * 199, which fits.
+  alignas(64) uint16_t votes[maxMinutiae * maxMinutiae + vectorPadding];
+  SeedRecord seeds[maxRow];   // by votes, most first
+  uint16_t seedTurn[maxRow];  // scaled, from the seed's probe minutia to its mate
   NearList near;
 };
 

@@ -94,6 +94,20 @@ int NeighbourSupport(Neighbourhood probe, Neighbourhood reference) {
 
 }  // namespace
 
+int MostRefined(const EngineContext& context, const MatchResult& first) {
+  int total = 0;
+  int least[2] = {maxPairWeight, maxPairWeight};  // weights, ascending
+  for (int m = 0; m < context.probeGeometry.count; m++) {
+    if (first.mate[m] < 0) continue;
+    const int weight = PairWeight(context, {m, first.mate[m]});
+    total += weight;
+    if (weight < least[1])
+      least[1] = std::max(weight, std::exchange(least[0], std::min(weight, least[0])));
+  }
+  const int most = MostSquareOver(total - least[0] - least[1], first.overlap);
+  return most / ScoreNorm(context.probeGeometry.count, context.referenceGeometry.count) / 100;
+}
+
 void RefineAlignment(EngineContext& context, const MatchResult& first, MatchResult& second) {
   const Kernels& kernels = KernelsFor(context);
   const TemplateGeometry& probe = context.probeGeometry;

@@ -24,13 +24,13 @@ inline uint16_t RotationOf(const EngineContext& context, Correspondence c) {
 }
 
 inline int DistanceOf(const TemplateGeometry& geometry, int i, int j) {
-  return geometry.distance[geometry.Row(i) + j];
+  return i == j ? 0 : geometry.distance[PairPlace(std::min(i, j), std::max(i, j))];
 }
 
 // Direction of the line from i to j; backwards it is the table's, turned round.
 inline int LineAngle(const TemplateGeometry& geometry, int i, int j) {
   if (i == j) return 0;
-  const int angle = geometry.lineAngle[geometry.Row(std::min(i, j)) + std::max(i, j)];
+  const int angle = geometry.lineAngle[PairPlace(std::min(i, j), std::max(i, j))];
   if (i < j) return angle;
   return angle < 180 ? angle + 180 : angle - 180;
 }
@@ -55,13 +55,6 @@ constexpr int maxPairWeight = 1000;
 constexpr int maxStandardPairWeight = 500;
 int PairWeight(const EngineContext& context, Correspondence c);
 
-// Whether the qualities alone let two minutiae be mates.
-inline bool QualityAgrees(const EngineContext& context, Correspondence c) {
-  return context.scale == Scale::standard ||
-         std::abs(context.referenceGeometry.workspace->quality[c.reference] -
-                  context.probeGeometry.workspace->quality[c.probe]) < EngineParams::qualityFalloff;
-}
-
 // Whether all angles of both templates are 0..360; only then do differences wrap.
 inline bool HasPlainAngles(const EngineContext& context) {
   return context.probeGeometry.plainAngles && context.referenceGeometry.plainAngles;
@@ -72,12 +65,16 @@ inline bool HasPlainAngles(const EngineContext& context) {
 bool LinesAgree(const EngineContext& context, Correspondence a, Correspondence b,
                 int angleTolerance);
 
+// Whether a distance from a seed and that of the mates make them fit.
+inline bool DistancesFit(int distance, int mateDistance) {
+  return std::abs(mateDistance - distance) <= EngineParams::seedDistanceTolerance &&
+         std::min(distance, mateDistance) >= EngineParams::minPairDistance;
+}
+
 // Whether a correspondence fits beside a seed: as far away, and turned alike.
 inline bool FitsBeside(const EngineContext& context, Correspondence seed, Correspondence other) {
-  const int distance = DistanceOf(context.probeGeometry, seed.probe, other.probe);
-  const int mateDistance = DistanceOf(context.referenceGeometry, seed.reference, other.reference);
-  return std::abs(mateDistance - distance) <= EngineParams::seedDistanceTolerance &&
-         std::min(distance, mateDistance) >= EngineParams::minPairDistance &&
+  return DistancesFit(DistanceOf(context.probeGeometry, seed.probe, other.probe),
+                      DistanceOf(context.referenceGeometry, seed.reference, other.reference)) &&
          LinesAgree(context, seed, other, EngineParams::seedAngleTolerance);
 }
 

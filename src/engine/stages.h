@@ -15,13 +15,14 @@ void PrepareGeometry(TemplateGeometry& geometry, const MatchWorkspace& workspace
 
 void BuildPairList(PairList& pairs, const TemplateGeometry& geometry);
 
-void BuildPairSets(PairSets& sets, const PairList& pairs);
-
 void VotePairs(EngineContext& context, const MatchLimits& limits);
 
 void SearchAlignment(EngineContext& context, MatchResult& result);
 
 void OrientationConsistency(const EngineContext& context, MatchResult& result);
+
+// At least what the second pass will score.
+int MostRefined(const EngineContext& context, const MatchResult& first);
 
 void RefineAlignment(EngineContext& context, const MatchResult& first, MatchResult& second);
 

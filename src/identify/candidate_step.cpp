@@ -25,10 +25,10 @@ StepOutcome CompareCandidate(const Matcher& matcher, WorkingSet& set, const Cand
     return StepOutcome::nothingLeft;
   }
   const auto compare = native ? StagedCompareNative : StagedCompareStandard;
-  const int score =
-      compare(set.probeWorkspace, set.candidateWorkspace, set.staged, matcher.fastMode);
   const int threshold =
       ThresholdAt(native ? nativeThresholds : standardThresholds, matcher.securityLevel);
+  const int score =
+      compare(set.probeWorkspace, set.candidateWorkspace, set.staged, matcher.fastMode, threshold);
   return score >= threshold ? StepOutcome::match : StepOutcome::noMatch;
 }
 

@@ -8,53 +8,38 @@
 // Cost: quadratic in the minutiae.
 #include <algorithm>
 
+#include "engine/kernels/kernels.h"
 #include "identify/staged.h"
+#include "platform/cpu.h"
 
 namespace vxm {
 namespace {
 
-constexpr int crowdedDistance = 10;  // pixels
-
 int Square(int value) { return value * value; }
-
-bool IsCrowded(const MatchWorkspace& source, int i) {
-  const int n = source.minutiaCount;
-  // A square around the minutia first: most hold none but the minutia itself.
-  const int left = source.x[i] - crowdedDistance;
-  const int top = source.y[i] - crowdedDistance;
-  uint16_t inSquare = 0;
-  for (int j = 0; j < n; j++) {
-    const auto x = static_cast<uint16_t>(source.x[j] - left);
-    const auto y = static_cast<uint16_t>(source.y[j] - top);
-    inSquare = static_cast<uint16_t>(inSquare + (std::max(x, y) <= 2 * crowdedDistance ? 1 : 0));
-  }
-  if (inSquare == 1) return false;
-  int near = 0;
-  for (int j = 0; j < n; j++) {
-    const int distance2 = Square(source.x[i] - source.x[j]) + Square(source.y[i] - source.y[j]);
-    near += distance2 <= Square(crowdedDistance) ? 1 : 0;
-  }
-  return near > 1;
-}
 
 // Smaller for minutiae that say more: crowded or not, the distance from the
 // centre, and the place in the source, one above the other in one number.
-void RankMinutiae(const MatchWorkspace& source, int32_t* ranks) {
+void RankMinutiae(const MatchWorkspace& source, const MinutiaBits& crowded, int32_t* ranks) {
   for (int i = 0; i < source.minutiaCount; i++) {
     const int distance2 =
         Square(source.x[i] - 8 * source.gridWidth) + Square(source.y[i] - 8 * source.gridHeight);
-    ranks[i] = (IsCrowded(source, i) ? 1 << 30 : 0) | distance2 << 8 | i;
+    ranks[i] = (crowded.Has(i) ? 1 << 30 : 0) | distance2 << 8 | i;
   }
 }
 
-// The places of the `count` smallest ranks, ascending.
-void ChooseMinutiae(const int32_t* ranks, int n, int count, uint8_t* chosen) {
+// The places of the `count` minutiae that say most, ascending.
+void ChooseMinutiae(const MatchWorkspace& source, int count, uint8_t* chosen) {
+  const Kernels& kernels = ActiveKernels();
+  MinutiaBits bits;
+  kernels.findCrowded(source, bits);
+  int32_t ranks[maxRow];
+  RankMinutiae(source, bits, ranks);
+  kernels.findSmallest(ranks, source.minutiaCount, count, bits);
   int kept = 0;
-  for (int i = 0; i < n; i++) {
-    int before = 0;
-    for (int j = 0; j < n; j++) before += ranks[j] < ranks[i] ? 1 : 0;
-    chosen[kept] = static_cast<uint8_t>(i);
-    kept += before < count ? 1 : 0;
+  for (int word = 0; word < WordsFor(source.minutiaCount); word++) {
+    for (uint64_t left = bits.words[word]; left != 0; left &= left - 1) {
+      chosen[kept++] = static_cast<uint8_t>(word * 64 + platform::LowestBit(left));
+    }
   }
 }
 
@@ -87,14 +72,22 @@ BlockSpan SpanOf(const int16_t* positions, int count, int gridBlocks) {
   return {first, std::min(last, gridBlocks)};
 }
 
+// Whole rows, whatever they hold beyond the grid, are copied faster; a block
+// becomes background by setting its bits.
 void CopyGridAround(const MatchWorkspace& source, MatchWorkspace& target) {
   const BlockSpan columns = SpanOf(target.x, target.minutiaCount, source.gridWidth);
   const BlockSpan rows = SpanOf(target.y, target.minutiaCount, source.gridHeight);
+  uint8_t outside[maxGridBlocks];
+  std::fill_n(outside, maxGridBlocks, background);
+  std::fill(outside + columns.first, outside + columns.last, uint8_t{0});
   for (int row = 0; row < source.gridHeight; row++) {
-    std::fill_n(target.orientation[row], source.gridWidth, background);
-    if (row < rows.first || row >= rows.last) continue;
-    std::copy(source.orientation[row] + columns.first, source.orientation[row] + columns.last,
-              target.orientation[row] + columns.first);
+    if (row < rows.first || row >= rows.last) {
+      std::fill_n(target.orientation[row], maxGridBlocks, background);
+      continue;
+    }
+    for (int column = 0; column < maxGridBlocks; column++) {
+      target.orientation[row][column] = source.orientation[row][column] | outside[column];
+    }
   }
 }
 
@@ -106,10 +99,8 @@ void ReduceWorkspace(const MatchWorkspace& source, MatchWorkspace& target, int m
     CopyWorkspace(target, source);
     return;
   }
-  int32_t ranks[maxMinutiae];
-  uint8_t chosen[maxMinutiae + 1] = {};
-  RankMinutiae(source, ranks);
-  ChooseMinutiae(ranks, n, maxCount, chosen);
+  uint8_t chosen[maxMinutiae];
+  ChooseMinutiae(source, maxCount, chosen);
   CopyMinutiae(source, target, chosen, maxCount);
   CopyGridAround(source, target);
 }

@@ -4,6 +4,8 @@
 // Out: a score, and whether those tables still serve the next call.
 #include "identify/staged.h"
 
+#include <algorithm>
+
 #include "engine/match.h"
 
 namespace vxm {
@@ -28,35 +30,40 @@ int CompareFull(Match match, const MatchWorkspace& probe, const MatchWorkspace& 
 }
 
 int CompareReduced(Match match, const MatchWorkspace& probe, const MatchWorkspace& candidate,
-                   StagedContext& context) {
+                   StagedContext& context, const MatchLimits& limits) {
   const bool prepare = context.reducedNeedsPrepare;
   context.reducedNeedsPrepare = false;
   if (prepare) ReduceWorkspace(probe, context.reducedProbe, reducedMinutiae);
   ReduceWorkspace(candidate, context.reducedCandidate, reducedMinutiae);
   return match(context.reducedProbe, context.reducedCandidate, context.reduced, context.result,
-               prepare, fastFirstStage);
+               prepare, limits);
 }
 
 int StagedCompare(Match match, const MatchWorkspace& probe, const MatchWorkspace& candidate,
-                  StagedContext& context, bool fastMode) {
+                  StagedContext& context, bool fastMode, int neededScore) {
   // The engine would answer 0 without preparing anything.
   if (probe.minutiaCount < minMinutiae || candidate.minutiaCount < minMinutiae) return 0;
-  const int score = fastMode ? CompareReduced(match, probe, candidate, context)
-                             : CompareFull(match, probe, candidate, context, normalFirstStage);
-  if (score < (fastMode ? fastModeLimit : normalModeLimit)) return score;
-  return CompareFull(match, probe, candidate, context, secondStage);
+  const int stageLimit = fastMode ? fastModeLimit : normalModeLimit;
+  MatchLimits limits = fastMode ? fastFirstStage : normalFirstStage;
+  limits.neededScore = std::min(stageLimit, neededScore);
+  const int score =
+      (fastMode ? CompareReduced : CompareFull)(match, probe, candidate, context, limits);
+  if (score < stageLimit) return score;
+  limits = secondStage;
+  limits.neededScore = neededScore;
+  return CompareFull(match, probe, candidate, context, limits);
 }
 
 }  // namespace
 
 int StagedCompareNative(const MatchWorkspace& probe, const MatchWorkspace& candidate,
-                        StagedContext& context, bool fastMode) {
-  return StagedCompare(MatchNativeEx, probe, candidate, context, fastMode);
+                        StagedContext& context, bool fastMode, int neededScore) {
+  return StagedCompare(MatchNativeEx, probe, candidate, context, fastMode, neededScore);
 }
 
 int StagedCompareStandard(const MatchWorkspace& probe, const MatchWorkspace& candidate,
-                          StagedContext& context, bool fastMode) {
-  return StagedCompare(MatchStandardEx, probe, candidate, context, fastMode);
+                          StagedContext& context, bool fastMode, int neededScore) {
+  return StagedCompare(MatchStandardEx, probe, candidate, context, fastMode, neededScore);
 }
 
 }  // namespace vxm

@@ -30,10 +30,12 @@ inline void ForgetProbe(StagedContext& context) {
 // In fast mode the first stage compares reduced copies of both templates, in
 // normal mode the templates themselves under strict tolerances. A score below
 // the stage's limit is final; otherwise the score of the full comparison is.
+//
+// Scores from `neededScore` on are exact; others are only known to be below it.
 int StagedCompareNative(const MatchWorkspace& probe, const MatchWorkspace& candidate,
-                        StagedContext& context, bool fastMode);
+                        StagedContext& context, bool fastMode, int neededScore);
 int StagedCompareStandard(const MatchWorkspace& probe, const MatchWorkspace& candidate,
-                          StagedContext& context, bool fastMode);
+                          StagedContext& context, bool fastMode, int neededScore);
 
 // Keeps the `maxCount` minutiae that say most: those that stand alone first, then
 // those nearest to the centre of the grid; and the orientation grid around them.

@@ -32,7 +32,7 @@ std::unique_ptr<vxm::MatchWorkspace> Load(const Bytes& bytes) {
 int Score(decltype(&vxm::StagedCompareNative) compare, const vxm::MatchWorkspace& probe,
           const vxm::MatchWorkspace& candidate, bool fastMode) {
   const auto context = std::make_unique<vxm::StagedContext>();
-  return compare(probe, candidate, *context, fastMode);
+  return compare(probe, candidate, *context, fastMode, 0);
 }
 
 class SearchTest : public MatcherTest {

@@ -24,11 +24,18 @@ TEST_P(StagedKnownAnswerTest, Holds) {
   const auto compare =
       type == known::nativeType ? vxm::StagedCompareNative : vxm::StagedCompareStandard;
   const auto context = std::make_unique<vxm::StagedContext>();
+  const bool fastMode = answer.Number(1) != 0;
 
   // The second time with what the first one left: the same probe, so the same score.
   for (const char* time : {"fresh", "again"}) {
     SCOPED_TRACE(time);
-    EXPECT_EQ(compare(*probe, *candidate, *context, answer.Number(1) != 0), answer.Number(5));
+    EXPECT_EQ(compare(*probe, *candidate, *context, fastMode, 0), answer.Number(5));
+  }
+  // What a search needs to know.
+  for (const int needed : {30, 50, 60, 75, 120, 640}) {
+    EXPECT_EQ(compare(*probe, *candidate, *context, fastMode, needed) >= needed,
+              answer.Number(5) >= needed)
+        << needed;
   }
 }
 

@@ -58,7 +58,7 @@ LAWS = (
     Law("include/", (), C_HEADERS),
     Law("src/platform/", ("src/platform/", HEADER)),
     Law("src/engine/", ("src/engine/", "src/platform/cpu.h"), PLAIN_HEADERS, PURE),
-    Law("src/engine/kernels/", ("src/engine/", "src/platform/cpu.h", "src/platform/avx2_"),
+    Law("src/engine/kernels/", ("src/engine/", "src/platform/cpu.h", "src/platform/avx"),
         PLAIN_HEADERS | VECTOR_HEADERS, PURE),
     Law("src/templates/", ("src/templates/", *ENGINE_RECORDS), None, (NO_SYSTEM, NO_FLOATS)),
     Law("src/identify/",

@@ -6,8 +6,10 @@
 #include "engine/scoring.h"
 #include "platform/cpu.h"
 
-#if defined(VXM_HAVE_AVX2)
+#if defined(VXM_HAVE_AVX)
 #include "platform/avx2_begin.h"
+//
+#include "engine/kernels/vector_voting.h"
 
 namespace vxm {
 namespace {
@@ -82,68 +84,168 @@ Polar PolarOf(__m256i dxdy) {
   return {_mm256_min_epi32(root, _mm256_set1_epi32(maxDistance)), _mm256_add_epi32(base, angle)};
 }
 
+// The upper bytes of 16 turns.
+void StoreBytes(uint8_t* to, __m256i turns) {
+  const __m256i bytes = _mm256_srli_epi16(turns, 8);
+  _mm_storeu_si128(
+      reinterpret_cast<__m128i*>(to),
+      _mm_packus_epi16(_mm256_castsi256_si128(bytes), _mm256_extracti128_si256(bytes, 1)));
+}
+
+// Angles of the pairs (i.., j), 16 at a time.
+void FillCoarse(TemplateGeometry& geometry, int j) {
+  const __m256i scale = _mm256_set1_epi16(turnScale);
+  const __m256i own = _mm256_set1_epi16(static_cast<int16_t>(geometry.turn[j]));
+  for (int i = 0; i < j; i += 16) {
+    const int place = PairPlace(i, j);
+    const __m256i line = _mm256_mullo_epi16(Load(geometry.lineAngle + place), scale);
+    StoreBytes(geometry.coarse.line + place, line);
+    StoreBytes(geometry.coarse.firstDir + place, _mm256_sub_epi16(Load(geometry.turn + i), line));
+    StoreBytes(geometry.coarse.secondDir + place, _mm256_sub_epi16(own, line));
+  }
+}
+
 void FillPairTables(TemplateGeometry& geometry) {
-  const int n = geometry.count;
-  for (int i = 0; i < n; i++) {
-    uint16_t* distance = geometry.distance + geometry.Row(i);
-    uint16_t* angle = geometry.lineAngle + geometry.Row(i);
-    distance[i] = 0;
-    const __m256i origin = Broadcast(geometry.position[i].x, geometry.position[i].y);
-    for (int j = i + 1; j < n; j += 8) {
-      const Polar polar = PolarOf(_mm256_sub_epi16(Load(geometry.position + j), origin));
+  for (int j = 1; j < geometry.count; j++) {
+    const __m256i end = Broadcast(geometry.position[j].x, geometry.position[j].y);
+    for (int i = 0; i < j; i += 8) {
+      const Polar polar = PolarOf(_mm256_sub_epi16(end, Load(geometry.position + i)));
       const __m256i both =
           _mm256_permute4x64_epi64(_mm256_packus_epi32(polar.distance, polar.angle), 0xD8);
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(distance + j), _mm256_castsi256_si128(both));
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(angle + j), _mm256_extracti128_si256(both, 1));
+      const int place = PairPlace(i, j);
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(geometry.distance + place),
+                       _mm256_castsi256_si128(both));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(geometry.lineAngle + place),
+                       _mm256_extracti128_si256(both, 1));
     }
-    for (int j = i + 1; j < n; j++) geometry.distance[geometry.Row(j) + i] = distance[j];
+    FillCoarse(geometry, j);
   }
 }
 
-// ---- Seeds ----
+// ---- Votes and seeds ----
 
-// The most votes of a row, and the lowest place that has them. A row ends in
-// padding without votes.
-int MostVotes(const uint16_t* votes, int stride, int& place) {
-  __m256i most = Load(votes);
-  for (int j = 16; j < stride; j += 16) most = _mm256_max_epu16(most, Load(votes + j));
-  // The least of 8 numbers is one instruction; turned round it is the most.
-  const __m128i both =
-      _mm_max_epu16(_mm256_castsi256_si128(most), _mm256_extracti128_si256(most, 1));
-  const __m128i least = _mm_minpos_epu16(_mm_xor_si128(both, _mm_set1_epi16(-1)));
-  const int count = 0xFFFF - (_mm_cvtsi128_si32(least) & 0xFFFF);
-  const __m256i wanted = _mm256_set1_epi16(static_cast<int16_t>(count));
-  for (int j = 0;; j += 16) {
-    const auto equal =
-        static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi16(Load(votes + j), wanted)));
-    if (equal == 0) continue;
-    place = j + platform::LowestBit(equal) / 2;
-    return count;
+// What voting tests at a time: 32 pairs.
+class HalfLanes {
+ public:
+  HalfLanes(int lineReach, int dirReach)
+      : lineReach_(_mm256_set1_epi8(static_cast<char>(lineReach))),
+        dirReach_(_mm256_set1_epi8(static_cast<char>(dirReach))) {}
+
+  // Which of the pairs from p on have angles near those of the other pair.
+  uint64_t Agreeing(const CoarseAngles& pairs, int p, const CoarseAngles& others, int other) const {
+    const __m256i near = _mm256_and_si256(
+        Near(pairs.line + p, others.line[other], lineReach_),
+        _mm256_and_si256(Near(pairs.firstDir + p, others.firstDir[other], dirReach_),
+                         Near(pairs.secondDir + p, others.secondDir[other], dirReach_)));
+    return static_cast<uint32_t>(_mm256_movemask_epi8(near));
   }
-}
+
+ private:
+  static __m256i Near(const uint8_t* turns, uint8_t other, __m256i reach) {
+    const __m256i difference =
+        _mm256_abs_epi8(_mm256_sub_epi8(Load(turns), _mm256_set1_epi8(static_cast<char>(other))));
+    return _mm256_cmpeq_epi8(_mm256_min_epu8(difference, reach), difference);
+  }
+
+  __m256i lineReach_;
+  __m256i dirReach_;
+};
+
+// Or twice as many.
+class FullLanes {
+ public:
+  FullLanes(int lineReach, int dirReach) : half_(lineReach, dirReach) {}
+
+  uint64_t Agreeing(const CoarseAngles& pairs, int p, const CoarseAngles& others, int other) const {
+    return half_.Agreeing(pairs, p + 32, others, other) << 32 |
+           half_.Agreeing(pairs, p, others, other);
+  }
+
+ private:
+  HalfLanes half_;
+};
 
 // A seed's place is the number of seeds before it; one number holds votes and
 // index, so that it can be counted 8 at a time.
 void RankSeeds(EngineContext& context) {
   const int probeCount = context.probeGeometry.count;
-  const int stride = context.referenceGeometry.stride;
-  int32_t keys[maxRow];
-  SeedRecord seeds[maxMinutiae];
-  for (int i = 0; i < probeCount; i++) {
-    int mate = 0;
-    const int count = MostVotes(context.votes + i * stride, stride, mate);
-    keys[i] = count << 8 | (255 - i);
-    seeds[i] = {static_cast<uint8_t>(i), static_cast<uint8_t>(mate), count};
-  }
-  for (int i = probeCount; i < probeCount + 8; i++) keys[i] = -1;
-  for (int i = 0; i < probeCount; i++) {
-    const __m256i own = _mm256_set1_epi32(keys[i]);
-    __m256i before = _mm256_setzero_si256();
-    for (int j = 0; j < probeCount; j += 8) {
-      before = _mm256_sub_epi32(before, _mm256_cmpgt_epi32(Load(keys + j), own));
+  alignas(32) uint16_t votes[maxRow];
+  alignas(32) uint16_t mates[maxRow];
+  for (int m = 0; m < probeCount; m += 16) {
+    __m256i most = Load(context.votes + m);
+    __m256i mate = _mm256_setzero_si256();
+    for (int n = 1; n < context.referenceGeometry.count; n++) {
+      const __m256i other = Load(context.votes + n * probeCount + m);
+      const __m256i larger = _mm256_max_epu16(most, other);
+      const __m256i same = _mm256_cmpeq_epi16(most, larger);
+      mate = _mm256_blendv_epi8(_mm256_set1_epi16(static_cast<int16_t>(n)), mate, same);
+      most = larger;
     }
-    context.seeds[Sum(before)] = seeds[i];
+    Store(votes + m, most);
+    Store(mates + m, mate);
   }
+  int32_t keys[maxRow];
+  for (int m = 0; m < probeCount; m++) keys[m] = votes[m] << 8 | (255 - m);
+  for (int m = probeCount; m < probeCount + 8; m++) keys[m] = -1;
+  for (int m = 0; m < probeCount; m++) {
+    const __m256i own = _mm256_set1_epi32(keys[m]);
+    __m256i before = _mm256_setzero_si256();
+    for (int other = 0; other < probeCount; other += 8) {
+      before = _mm256_sub_epi32(before, _mm256_cmpgt_epi32(Load(keys + other), own));
+    }
+    context.seeds[Sum(before)] = {static_cast<uint8_t>(m), static_cast<uint8_t>(mates[m]),
+                                  votes[m]};
+  }
+}
+
+// Places of the pairs of a minutia with 8 others; none may be the same.
+__m256i PairPlaces(int minutia, __m256i others) {
+  const __m256i own = _mm256_set1_epi32(minutia);
+  const __m256i later = _mm256_max_epi32(own, others);
+  const __m256i product = _mm256_mullo_epi32(later, _mm256_sub_epi32(later, _mm256_set1_epi32(1)));
+  return _mm256_add_epi32(_mm256_srli_epi32(product, 1), _mm256_min_epi32(own, others));
+}
+
+__m256i Distances(const TemplateGeometry& geometry, int minutia, __m256i others, __m256i valid) {
+  const __m256i both = _mm256_mask_i32gather_epi32(_mm256_setzero_si256(),
+                                                   reinterpret_cast<const int*>(geometry.distance),
+                                                   PairPlaces(minutia, others), valid, 2);
+  return _mm256_and_si256(both, _mm256_set1_epi32(0xFFFF));
+}
+
+// Tests the distances.
+bool FindPartners(const EngineContext& context, int place, int count, MinutiaBits& partners) {
+  static_assert(sizeof(SeedRecord) == 8);
+  const SeedRecord& seed = context.seeds[place];
+  const __m256i byte = _mm256_set1_epi32(0xFF);
+  const __m256i even = _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6);
+  for (int word = 0; word < WordsFor(count); word++) partners.words[word] = 0;
+  uint64_t any = 0;
+  for (int k = 0; k < count; k += 8) {
+    const __m256i others =
+        _mm256_blend_epi32(_mm256_permutevar8x32_epi32(Load(context.seeds + k), even),
+                           _mm256_permutevar8x32_epi32(Load(context.seeds + k + 4), even), 0xF0);
+    const __m256i probes = _mm256_and_si256(others, byte);
+    const __m256i mates = _mm256_and_si256(_mm256_srli_epi32(others, 8), byte);
+    const __m256i same =
+        _mm256_or_si256(_mm256_cmpeq_epi32(probes, _mm256_set1_epi32(seed.seedProbe)),
+                        _mm256_cmpeq_epi32(mates, _mm256_set1_epi32(seed.seedMate)));
+    const __m256i counted =
+        _mm256_cmpgt_epi32(_mm256_set1_epi32(count - k), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+    const __m256i valid = _mm256_andnot_si256(same, counted);
+    const __m256i distance = Distances(context.probeGeometry, seed.seedProbe, probes, valid);
+    const __m256i mateDistance = Distances(context.referenceGeometry, seed.seedMate, mates, valid);
+    const __m256i differ =
+        _mm256_cmpgt_epi32(_mm256_abs_epi32(_mm256_sub_epi32(distance, mateDistance)),
+                           _mm256_set1_epi32(EngineParams::seedDistanceTolerance));
+    const __m256i apart =
+        _mm256_cmpgt_epi32(distance, _mm256_set1_epi32(EngineParams::minSeedSeparation - 1));
+    const __m256i fit = _mm256_and_si256(valid, _mm256_andnot_si256(differ, apart));
+    const uint64_t bits = LaneBits(fit);
+    partners.words[k / 64] |= bits << (k % 64);
+    any |= bits;
+  }
+  return any != 0;
 }
 
 // ---- Moved positions ----
@@ -174,82 +276,109 @@ __m256i WithinReach(const Position* from, const Position* to, const VectorMotion
   return _mm256_cmpgt_epi32(_mm256_set1_epi32(radius2 + 1), _mm256_madd_epi16(apart, apart));
 }
 
-void MoveInto(const Position* positions, int count, const Motion& motion, Point shift,
-              const Box& box, MinutiaBits& inside, Position* moved) {
+// Lanes with both halves inside the box are all ones.
+__m256i Inside(__m256i positions, __m256i lower, __m256i upper) {
+  const __m256i in =
+      _mm256_and_si256(_mm256_cmpgt_epi16(positions, lower), _mm256_cmpgt_epi16(upper, positions));
+  return _mm256_cmpeq_epi32(in, _mm256_set1_epi32(-1));
+}
+
+// Which of the positions in `valid` lanes lie on ridges.
+__m256i OnRidges(const Area& area, __m256i positions, __m256i valid) {
+  const __m256i column =
+      _mm256_srli_epi32(_mm256_and_si256(positions, _mm256_set1_epi32(0xFFFF)), 4);
+  const __m256i row = _mm256_srli_epi32(positions, 20);
+  const __m256i block = _mm256_mask_i32gather_epi32(
+      _mm256_setzero_si256(), reinterpret_cast<const int*>(area.grid[0]),
+      _mm256_add_epi32(_mm256_slli_epi32(row, 6), column), valid, 1);
+  return _mm256_andnot_si256(_mm256_cmpeq_epi32(_mm256_and_si256(block, _mm256_set1_epi32(0xFF)),
+                                                _mm256_set1_epi32(background)),
+                             valid);
+}
+
+void MoveOnto(const TemplateGeometry& geometry, const Area& area, const Motion& motion, Point shift,
+              MinutiaBits& on, Position* moved) {
+  const Box box = BoxOf(area);
   const VectorMotion vectorMotion = ForVectors(motion);
   const __m256i vectorShift = Broadcast(shift.x, shift.y);
   const __m256i lower = Broadcast(box.minX, box.minY);
   const __m256i upper = Broadcast(box.maxX, box.maxY);
+  const int count = geometry.count;
   for (int i = 0; i < count; i += 8) {
-    const __m256i from = _mm256_sub_epi16(Load(positions + i), vectorMotion.origin);
+    const __m256i from = _mm256_sub_epi16(Load(geometry.position + i), vectorMotion.origin);
     const __m256i to = _mm256_add_epi16(
         Pack(Product(from, vectorMotion.x), Product(from, vectorMotion.y)), vectorShift);
-    // Both halves of a lane must be all ones.
-    const __m256i in =
-        _mm256_and_si256(_mm256_cmpgt_epi16(to, lower), _mm256_cmpgt_epi16(upper, to));
     Store(moved + i, to);
-    uint32_t bits = LaneBits(_mm256_cmpeq_epi32(in, _mm256_set1_epi32(-1)));
-    if (count - i < 8) bits &= (1u << (count - i)) - 1;
-    uint32_t& word = inside.words[i / 32];
-    word = i % 32 == 0 ? bits : word | bits << (i % 32);
+    __m256i in = Inside(to, lower, upper);
+    in = _mm256_and_si256(in, _mm256_cmpgt_epi32(_mm256_set1_epi32(count - i),
+                                                 _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7)));
+    if (area.hasRidges) in = OnRidges(area, to, in);
+    const uint64_t bits = LaneBits(in);
+    uint64_t& word = on.words[i / 64];
+    word = i % 64 == 0 ? bits : word | bits << (i % 64);
   }
 }
 
-// Lanes whose cell of the map is marked, among those that `valid` marks.
-__m256i MayBeNear(const NearMap& map, __m256i positions, __m256i valid) {
-  const __m256i cells = _mm256_srli_epi16(positions, 3);
-  const __m256i column = _mm256_and_si256(cells, _mm256_set1_epi32(0xFFFF));
-  const __m256i row = _mm256_srli_epi32(cells, 16);
-  const __m256i word = _mm256_add_epi32(_mm256_slli_epi32(row, 2), _mm256_srli_epi32(column, 5));
-  const __m256i bits = _mm256_mask_i32gather_epi32(
-      _mm256_setzero_si256(), reinterpret_cast<const int*>(map.marked[0]), word, valid, 4);
-  // The cell's bit comes to stand on top.
-  return _mm256_sllv_epi32(bits, _mm256_sub_epi32(_mm256_set1_epi32(31),
-                                                  _mm256_and_si256(column, _mm256_set1_epi32(31))));
+// Of the 8 minutiae from n on, those within reach of the position and turned alike.
+uint32_t NearTo(const TemplateGeometry& geometry, int n, __m256i position, __m128i leastTurn) {
+  constexpr int turnReach = 2 * ScaledReach(EngineParams::seedAngleTolerance);
+  const __m128i turn = _mm_sub_epi16(
+      _mm_loadu_si128(reinterpret_cast<const __m128i*>(geometry.turn + n)), leastTurn);
+  const __m128i alike =
+      _mm_cmpeq_epi16(_mm_min_epu16(turn, _mm_set1_epi16(static_cast<int16_t>(turnReach))), turn);
+  const __m256i apart = _mm256_sub_epi16(Load(geometry.position + n), position);
+  const __m256i near = _mm256_cmpgt_epi32(_mm256_set1_epi32(EngineParams::pairingRadius2 + 1),
+                                          _mm256_madd_epi16(apart, apart));
+  return LaneBits(_mm256_and_si256(near, _mm256_cvtepi16_epi32(alike)));
 }
 
-// Adds the minutiae of one word of 64 that are within reach of p.
-void ListNearTo(Position p, int m, int word, const TemplateGeometry& geometry, const NearMap& map,
-                NearList& near) {
-  const Position* others = geometry.position + word * 64;
-  uint64_t bits =
-      map.column[word][p.x / NearMap::cellSize] & map.row[word][p.y / NearMap::cellSize];
-  for (; bits != 0; bits &= bits - 1) {
-    const int n = platform::LowestBit(bits);
-    const int dx = p.x - others[n].x;
-    const int dy = p.y - others[n].y;
-    const int distance2 = dx * dx + dy * dy;
-    near.pairs[near.count] = {static_cast<uint8_t>(m), static_cast<uint8_t>(word * 64 + n),
-                              static_cast<uint16_t>(distance2)};
-    near.count += distance2 <= EngineParams::pairingRadius2 ? 1 : 0;
-  }
-}
-
-void ListNear(const Position* moved, const MinutiaBits& among, int count, const Box& box,
-              const TemplateGeometry& geometry, const NearMap& map, NearList& near) {
+void ListNear(EngineContext& context, const Position* moved, const MinutiaBits& among, int theta,
+              int needed) {
+  const TemplateGeometry& probe = context.probeGeometry;
+  const TemplateGeometry& reference = context.referenceGeometry;
+  const Box box = PairingBox(probe.area);
   const __m256i lower = Broadcast(box.minX, box.minY);
   const __m256i upper = Broadcast(box.maxX, box.maxY);
+  MinutiaBits inside;
+  int left = 0;
+  for (int m = 0; m < probe.count; m += 8) {
+    const uint64_t bits = static_cast<uint64_t>(LaneBits(Inside(Load(moved + m), lower, upper)))
+                          << (m % 64);
+    uint64_t& word = inside.words[m / 64];
+    word = (m % 64 == 0 ? 0 : word) | (bits & among.words[m / 64]);
+  }
+  for (int word = 0; word < WordsFor(probe.count); word++) {
+    left += platform::CountBits(inside.words[word]);
+  }
+  const int leastTurn = ScaledTurn(theta) - ScaledReach(EngineParams::seedAngleTolerance);
+  NearList& near = context.near;
   near.count = 0;
-  near.probeMinutiae = 0;
-  for (int m0 = 0; m0 < count; m0 += 8) {
-    const __m256i positions = Load(moved + m0);
-    const __m256i in = _mm256_and_si256(_mm256_cmpgt_epi16(positions, lower),
-                                        _mm256_cmpgt_epi16(upper, positions));
-    const __m256i valid = _mm256_cmpeq_epi32(in, _mm256_set1_epi32(-1));
-    uint32_t left =
-        LaneBits(MayBeNear(map, positions, valid)) & (among.words[m0 / 32] >> (m0 % 32)) & 0xFF;
-    for (; left != 0; left &= left - 1) {
-      const int m = m0 + platform::LowestBit(left);
-      const int before = near.count;
-      for (int word = 0; word * 64 < geometry.count; word++) {
-        ListNearTo(moved[m], m, word, geometry, map, near);
+  int listed = 0;
+  for (int word = 0; word < WordsFor(probe.count); word++) {
+    for (uint64_t bits = inside.words[word]; bits != 0; bits &= bits - 1) {
+      if (listed + left < needed) return;
+      left--;
+      const int m = word * 64 + platform::LowestBit(bits);
+      const __m256i position = Broadcast(moved[m].x, moved[m].y);
+      const __m128i turn = _mm_set1_epi16(static_cast<int16_t>(probe.turn[m] + leastTurn));
+      uint64_t* words = near.references[listed].words;
+      uint64_t any = 0;
+      for (int n = 0; n < reference.count; n += 8) {
+        const uint64_t counted = reference.count - n < 8 ? (1u << (reference.count - n)) - 1 : 0xFF;
+        const uint64_t found = NearTo(reference, n, position, turn) & counted;
+        any |= found;
+        words[n / 64] = n % 64 == 0 ? found : words[n / 64] | found << (n % 64);
       }
-      near.probeMinutiae += near.count != before ? 1 : 0;
+      near.probe[listed] = static_cast<uint8_t>(m);
+      listed += any != 0 ? 1 : 0;
     }
   }
+  near.count = listed;
 }
 
-int SumHolding(const PairingList& pairings, const Motion& motion, Point shift, int theta) {
+}  // namespace
+
+int avx2::SumHolding(const PairingList& pairings, const Motion& motion, Point shift, int theta) {
   constexpr int radius = EngineParams::pairDistanceTolerance + 1;
   constexpr int tolerance = EngineParams::angleTolerance;
   const VectorMotion vectorMotion = ForVectors(motion);
@@ -274,7 +403,7 @@ int SumHolding(const PairingList& pairings, const Motion& motion, Point shift, i
 
 // ---- Ridge orientations ----
 
-BlockCounts CountBlocks(const Area& probe, const Area& reference, int theta, Point shift) {
+BlockCounts avx2::CountBlocks(const Area& probe, const Area& reference, int theta, Point shift) {
   const Motion motion = Forward(theta);
   const __m256i half = _mm256_set1_epi32(theta >= 180 ? theta - 180 : theta);
   const __m256i none = _mm256_set1_epi32(background);
@@ -331,10 +460,50 @@ BlockCounts CountBlocks(const Area& probe, const Area& reference, int theta, Poi
   return {Sum(probeCount), Sum(overlapCount), Sum(agreeCount)};
 }
 
+namespace {
+
+// ---- Reduction ----
+
+void FindCrowded(const MatchWorkspace& workspace, MinutiaBits& crowded) {
+  const int count = workspace.minutiaCount;
+  alignas(32) Position positions[maxRow];
+  for (int i = 0; i < count; i++) positions[i] = {workspace.x[i], workspace.y[i]};
+  for (int i = 0; i < count; i += 8) {
+    const __m256i own = Load(positions + i);
+    __m256i near = _mm256_setzero_si256();
+    for (int other = 0; other < count; other++) {
+      const __m256i apart =
+          _mm256_sub_epi16(Broadcast(positions[other].x, positions[other].y), own);
+      near = _mm256_sub_epi32(
+          near, _mm256_cmpgt_epi32(_mm256_set1_epi32(crowdedDistance * crowdedDistance + 1),
+                                   _mm256_madd_epi16(apart, apart)));
+    }
+    const uint64_t bits = LaneBits(_mm256_cmpgt_epi32(near, _mm256_set1_epi32(1)));
+    uint64_t& word = crowded.words[i / 64];
+    word = i % 64 == 0 ? bits : word | bits << (i % 64);
+  }
+}
+
+void FindSmallest(const int32_t* keys, int count, int chosen, MinutiaBits& smallest) {
+  for (int i = 0; i < count; i += 8) {
+    const __m256i own = Load(keys + i);
+    __m256i before = _mm256_setzero_si256();
+    for (int other = 0; other < count; other++) {
+      before = _mm256_sub_epi32(before, _mm256_cmpgt_epi32(own, _mm256_set1_epi32(keys[other])));
+    }
+    uint64_t bits = LaneBits(_mm256_cmpgt_epi32(_mm256_set1_epi32(chosen), before));
+    if (count - i < 8) bits &= (1u << (count - i)) - 1;
+    uint64_t& word = smallest.words[i / 64];
+    word = i % 64 == 0 ? bits : word | bits << (i % 64);
+  }
+}
+
 }  // namespace
 
-const Kernels avx2Kernels = {"avx2",   FillPairTables, RankSeeds,  MoveInto,
-                             ListNear, SumHolding,     CountBlocks};
+const Kernels avx2Kernels = {"avx2",      FillPairTables,   CastVotes<HalfLanes, FullLanes>,
+                             RankSeeds,   FindPartners,     MoveOnto,
+                             ListNear,    avx2::SumHolding, avx2::CountBlocks,
+                             FindCrowded, FindSmallest};
 
 }  // namespace vxm
 

@@ -14,7 +14,8 @@ struct Form {
 
 // Best first.
 const Form forms[] = {
-#if defined(VXM_HAVE_AVX2)
+#if defined(VXM_HAVE_AVX)
+    {&avx512Kernels, platform::HasAvx512},
     {&avx2Kernels, platform::HasAvx2},
 #endif
     {&scalarKernels, [] { return true; }},

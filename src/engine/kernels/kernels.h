@@ -6,21 +6,14 @@
 // always left to the scalar form.
 #pragma once
 
+#include <algorithm>
+
 #include "engine/numeric.h"
 #include "engine/params.h"
 #include "engine/records.h"
 #include "platform/cpu.h"
 
 namespace vxm {
-
-// A minutia set as bits.
-struct MinutiaBits {
-  uint32_t words[(maxRow + 31) / 32];
-
-  bool Has(int i) const { return (words[i / 32] >> (i % 32) & 1) != 0; }
-  void Add(int i) { words[i / 32] |= 1u << (i % 32); }
-  void Remove(int i) { words[i / 32] &= ~(1u << (i % 32)); }
-};
 
 // The open rectangle minX < x < maxX, minY < y < maxY.
 struct Box {
@@ -29,6 +22,18 @@ struct Box {
 
   bool Holds(Point p) const { return p.x > minX && p.x < maxX && p.y > minY && p.y < maxY; }
 };
+
+// Inside this box a position can be in the area.
+inline Box BoxOf(const Area& area) {
+  return {std::max(area.firstColumn * blockSize - 1, 0), area.gridWidth * blockSize,
+          std::max(area.firstRow * blockSize - 1, 0), area.gridHeight * blockSize};
+}
+
+// Moved minutiae outside this box are too near to the border to pair; it has the
+// size of the probe's area.
+inline Box PairingBox(const Area& area) {
+  return {6, area.gridWidth * blockSize - 6, 6, area.gridHeight * blockSize - 6};
+}
 
 // Pairings of the first alignment pass, as the second pass takes them.
 struct PairingList {
@@ -56,25 +61,36 @@ struct BlockCounts {
   int agree;    // of those, the ones with the same orientation
 };
 
+// Minutiae of a template are crowded when another is so near; pixels.
+constexpr int crowdedDistance = 10;
+
 struct Kernels {
   const char* name;
 
   // Distances and line directions between all minutiae of a template.
   void (*fillPairTables)(TemplateGeometry& geometry);
 
+  // Adds the votes of all reference pairs and the first `lastPair` probe pairs.
+  void (*castVotes)(EngineContext& context, int lastPair, const MatchLimits& limits);
+
   // Makes the seeds: each probe minutia with its best-voted mate, the lowest of
   // several, ordered by votes, most first, then by index.
   void (*rankSeeds)(EngineContext& context);
 
-  // Moves positions by the motion and the shift, and tells which come to lie in
-  // the box.
-  void (*moveInto)(const Position* positions, int count, const Motion& motion, Point shift,
-                   const Box& box, MinutiaBits& inside, Position* moved);
+  // Tells which of the first `count` seeds may stand beside the seed at `place`:
+  // all that fit, and maybe some that do not. Answers whether any may.
+  bool (*findPartners)(const EngineContext& context, int place, int count, MinutiaBits& partners);
 
-  // Lists which minutiae of `geometry` are within reach of those moved positions
-  // that are `among` the given and inside the box.
-  void (*listNear)(const Position* moved, const MinutiaBits& among, int count, const Box& box,
-                   const TemplateGeometry& geometry, const NearMap& map, NearList& near);
+  // Moves the minutiae by the motion and the shift, and tells which come to lie on
+  // the area.
+  void (*moveOnto)(const TemplateGeometry& geometry, const Area& area, const Motion& motion,
+                   Point shift, MinutiaBits& on, Position* moved);
+
+  // Lists the reference minutiae within reach of those moved probe minutiae that
+  // are `among` the given and inside the pairing box, and that a rotation by theta
+  // turns alike. May stop when it is clear that fewer than `needed` will be listed.
+  void (*listNear)(EngineContext& context, const Position* moved, const MinutiaBits& among,
+                   int theta, int needed);
 
   // Weight of the pairings that hold under a rotation by theta and the shift.
   int (*sumHolding)(const PairingList& pairings, const Motion& motion, Point shift, int theta);
@@ -82,11 +98,24 @@ struct Kernels {
   // Compares the ridge orientations of the probe's blocks, turned by theta and
   // shifted, with those of the reference.
   BlockCounts (*countBlocks)(const Area& probe, const Area& reference, int theta, Point shift);
+
+  // Tells which minutiae are crowded.
+  void (*findCrowded)(const MatchWorkspace& workspace, MinutiaBits& crowded);
+
+  // Tells which `chosen` of the `count` different keys are the smallest.
+  void (*findSmallest)(const int32_t* keys, int count, int chosen, MinutiaBits& smallest);
 };
 
 extern const Kernels scalarKernels;
-#if defined(VXM_HAVE_AVX2)
+#if defined(VXM_HAVE_AVX)
 extern const Kernels avx2Kernels;
+extern const Kernels avx512Kernels;
+
+// What other forms take from this one.
+namespace avx2 {
+int SumHolding(const PairingList& pairings, const Motion& motion, Point shift, int theta);
+BlockCounts CountBlocks(const Area& probe, const Area& reference, int theta, Point shift);
+}  // namespace avx2
 #endif
 
 // The best form that the processor runs, or the one that was forced.

@@ -15,67 +15,110 @@ int Distance(int dx, int dy) {
   return squared > maxDistance * maxDistance ? maxDistance : IntSqrt(squared);
 }
 
-bool MayBeNear(const NearMap& map, Point p) {
-  const int column = p.x / NearMap::cellSize;
-  return (map.marked[p.y / NearMap::cellSize][column / 32] >> (column % 32) & 1) != 0;
-}
-
 void FillPairTables(TemplateGeometry& geometry) {
-  for (int i = 0; i < geometry.count; i++) {
-    geometry.distance[geometry.Row(i) + i] = 0;
-    for (int j = i + 1; j < geometry.count; j++) {
+  for (int j = 1; j < geometry.count; j++) {
+    for (int i = 0; i < j; i++) {
       const int dx = geometry.position[j].x - geometry.position[i].x;
       const int dy = geometry.position[j].y - geometry.position[i].y;
-      const auto distance = static_cast<uint16_t>(Distance(dx, dy));
-      geometry.distance[geometry.Row(i) + j] = distance;
-      geometry.distance[geometry.Row(j) + i] = distance;
-      geometry.lineAngle[geometry.Row(i) + j] = static_cast<uint16_t>(AngleOf(dx, dy));
+      geometry.distance[PairPlace(i, j)] = static_cast<uint16_t>(Distance(dx, dy));
+      geometry.lineAngle[PairPlace(i, j)] = static_cast<uint16_t>(AngleOf(dx, dy));
+    }
+  }
+}
+
+void CastVotes(EngineContext& context, int lastPair, const MatchLimits& limits) {
+  const TemplateGeometry& reference = context.referenceGeometry;
+  const PairList& pairs = context.probePairs;
+  const auto vote = [&](Correspondence c) {
+    context.votes[c.reference * context.probeGeometry.count + c.probe]++;
+  };
+  for (int j = 1; j < reference.count; j++) {
+    for (int i = 0; i < j; i++) {
+      const int length = DistanceOf(reference, i, j);
+      if (length <= EngineParams::minPairDistance) continue;
+      const int end = std::min<int>(PairsUpTo(pairs, length + limits.distanceTolerance), lastPair);
+      for (int p = PairsUpTo(pairs, length - limits.distanceTolerance - 1); p < end; p++) {
+        const Correspondence a = {pairs.pairs[p].first, i};
+        const Correspondence b = {pairs.pairs[p].second, j};
+        if (!LinesAgree(context, a, b, limits.angleTolerance)) continue;
+        vote(a);
+        vote(b);
+      }
     }
   }
 }
 
 void RankSeeds(EngineContext& context) {
   const int probeCount = context.probeGeometry.count;
-  const TemplateGeometry& reference = context.referenceGeometry;
   for (int i = 0; i < probeCount; i++) {
-    const uint16_t* votes = context.votes + i * reference.stride;
-    const uint16_t* best = std::max_element(votes, votes + reference.count);
-    context.seeds[i] = {static_cast<uint8_t>(i), static_cast<uint8_t>(best - votes), *best};
+    SeedRecord seed = {static_cast<uint8_t>(i), 0, context.votes[i]};
+    for (int n = 1; n < context.referenceGeometry.count; n++) {
+      const uint16_t votes = context.votes[n * probeCount + i];
+      if (votes > seed.seedVotes) seed = {static_cast<uint8_t>(i), static_cast<uint8_t>(n), votes};
+    }
+    context.seeds[i] = seed;
   }
   std::sort(context.seeds, context.seeds + probeCount, [](const auto& a, const auto& b) {
     return a.seedVotes != b.seedVotes ? a.seedVotes > b.seedVotes : a.seedProbe < b.seedProbe;
   });
 }
 
-void MoveInto(const Position* positions, int count, const Motion& motion, Point shift,
-              const Box& box, MinutiaBits& inside, Position* moved) {
-  for (int i = 0; i < count; i++) {
-    const Point turned = Move(motion, At(positions[i]));
+bool FindPartners(const EngineContext& context, int place, int count, MinutiaBits& partners) {
+  const SeedRecord& seed = context.seeds[place];
+  partners = {};
+  bool any = false;
+  for (int k = 0; k < count; k++) {
+    const SeedRecord& other = context.seeds[k];
+    if (DistancesFit(DistanceOf(context.probeGeometry, seed.seedProbe, other.seedProbe),
+                     DistanceOf(context.referenceGeometry, seed.seedMate, other.seedMate))) {
+      partners.Add(k);
+      any = true;
+    }
+  }
+  return any;
+}
+
+bool IsOn(const Area& area, Point p) {
+  return BoxOf(area).Holds(p) &&
+         (!area.hasRidges || area.grid[p.y / blockSize][p.x / blockSize] != background);
+}
+
+void MoveOnto(const TemplateGeometry& geometry, const Area& area, const Motion& motion, Point shift,
+              MinutiaBits& on, Position* moved) {
+  on = {};
+  for (int i = 0; i < geometry.count; i++) {
+    const Point turned = Move(motion, At(geometry.position[i]));
     const Point p = {turned.x + shift.x, turned.y + shift.y};
     moved[i] = {static_cast<int16_t>(p.x), static_cast<int16_t>(p.y)};
-    if (i % 32 == 0) inside.words[i / 32] = 0;
-    if (box.Holds(p)) inside.Add(i);
+    if (IsOn(area, p)) on.Add(i);
   }
 }
 
-void ListNear(const Position* moved, const MinutiaBits& among, int count, const Box& box,
-              const TemplateGeometry& geometry, const NearMap& map, NearList& near) {
+void ListNear(EngineContext& context, const Position* moved, const MinutiaBits& among, int theta,
+              int /*needed*/) {
+  const TemplateGeometry& reference = context.referenceGeometry;
+  const Box box = PairingBox(context.probeGeometry.area);
+  NearList& near = context.near;
   near.count = 0;
-  near.probeMinutiae = 0;
-  for (int m = 0; m < count; m++) {
+  for (int m = 0; m < context.probeGeometry.count; m++) {
     const Point p = At(moved[m]);
     if (!among.Has(m) || !box.Holds(p)) continue;
-    if (!MayBeNear(map, p)) continue;
-    const int before = near.count;
-    for (int n = 0; n < geometry.count; n++) {
-      const int dx = p.x - geometry.position[n].x;
-      const int dy = p.y - geometry.position[n].y;
-      const int distance2 = dx * dx + dy * dy;
-      if (distance2 > EngineParams::pairingRadius2) continue;
-      near.pairs[near.count++] = {static_cast<uint8_t>(m), static_cast<uint8_t>(n),
-                                  static_cast<uint16_t>(distance2)};
+    MinutiaBits references = {};
+    bool any = false;
+    for (int n = 0; n < reference.count; n++) {
+      const int dx = p.x - reference.position[n].x;
+      const int dy = p.y - reference.position[n].y;
+      if (dx * dx + dy * dy > EngineParams::pairingRadius2 ||
+          !AnglesAgree(RotationOf(context, {m, n}), theta, EngineParams::seedAngleTolerance)) {
+        continue;
+      }
+      references.Add(n);
+      any = true;
     }
-    if (near.count != before) near.probeMinutiae++;
+    if (!any) continue;
+    near.probe[near.count] = static_cast<uint8_t>(m);
+    near.references[near.count] = references;
+    near.count++;
   }
 }
 
@@ -112,9 +155,32 @@ BlockCounts CountBlocks(const Area& probe, const Area& reference, int theta, Poi
   return counts;
 }
 
+void FindCrowded(const MatchWorkspace& workspace, MinutiaBits& crowded) {
+  crowded = {};
+  for (int i = 0; i < workspace.minutiaCount; i++) {
+    int near = 0;
+    for (int j = 0; j < workspace.minutiaCount; j++) {
+      const int dx = workspace.x[i] - workspace.x[j];
+      const int dy = workspace.y[i] - workspace.y[j];
+      near += dx * dx + dy * dy <= crowdedDistance * crowdedDistance ? 1 : 0;
+    }
+    if (near > 1) crowded.Add(i);
+  }
+}
+
+void FindSmallest(const int32_t* keys, int count, int chosen, MinutiaBits& smallest) {
+  smallest = {};
+  for (int i = 0; i < count; i++) {
+    int before = 0;
+    for (int j = 0; j < count; j++) before += keys[j] < keys[i] ? 1 : 0;
+    if (before < chosen) smallest.Add(i);
+  }
+}
+
 }  // namespace
 
-const Kernels scalarKernels = {"scalar", FillPairTables, RankSeeds,  MoveInto,
-                               ListNear, SumHolding,     CountBlocks};
+const Kernels scalarKernels = {"scalar",     FillPairTables, CastVotes,   RankSeeds,
+                               FindPartners, MoveOnto,       ListNear,    SumHolding,
+                               CountBlocks,  FindCrowded,    FindSmallest};
 
 }  // namespace vxm

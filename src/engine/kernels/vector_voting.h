@@ -1,0 +1,120 @@
+// Voting with vectors, for any width of them. Included where the code may use the
+// instructions that `Lanes` uses.
+//
+// Idea: the probe's pairs of similar length lie side by side, and one byte of each
+// of their angles tells nearly all that cannot agree. So 64 pairs are tested at a
+// time, and the few that are left are tested exactly.
+//
+// Nothing branches on what is found, since that could not be foretold: words of
+// 64 pairs are listed when any is left, and the list is then gone through in
+// rounds that take one pair of each word, for most hold no more.
+#pragma once
+
+#include <algorithm>
+
+#include "engine/kernels/kernels.h"
+#include "engine/kernels/pair_ends.h"
+#include "engine/scoring.h"
+#include "platform/cpu.h"
+
+namespace vxm {
+
+// Probe pairs from `start` on that may agree with the reference pair at `place`.
+struct Agreeing {
+  uint64_t bits;
+  uint16_t start;
+  uint16_t place;
+};
+
+// Without a branch.
+inline bool QualitiesAgree(int a, int b, int falloff) {
+  return static_cast<unsigned>(a - b + falloff - 1) < static_cast<unsigned>(2 * falloff - 1);
+}
+
+// Votes for the listed pairs whose angles do agree. With t the rotation of the
+// line and a, b those of the minutiae, |t|, |a - t|, |b - t| and |b - a| must be
+// small. That a and b are within the gate of the weights follows; what may be
+// missing is the quality.
+static void CountAgreeing(EngineContext& context, Agreeing* list, Agreeing* end, int tolerance) {
+  const TemplateGeometry& reference = context.referenceGeometry;
+  const int probeCount = context.probeGeometry.count;
+  const uint8_t* probeQuality = context.probeGeometry.workspace->quality;
+  const uint8_t* referenceQuality = reference.workspace->quality;
+  constexpr int any = 256;
+  const int falloff = context.scale == Scale::native ? EngineParams::qualityFalloff : any;
+  const int reach = ScaledReach(tolerance);
+  while (end != list) {
+    Agreeing* left = list;
+    for (const Agreeing* agreeing = list; agreeing != end; agreeing++) {
+      const Agreeing current = *agreeing;
+      const MinutiaPair pair =
+          context.probePairs.pairs[current.start + platform::LowestBit(current.bits)];
+      const int i = pairEnds.first[current.place];
+      const int j = pairEnds.second[current.place];
+      const int line = ScaledTurn(reference.lineAngle[current.place]);
+      const int first = reference.turn[i] - line - pair.firstDir;
+      const int second = reference.turn[j] - line - pair.secondDir;
+      const bool agree = TurnsAgree(line, pair.line, ScaledReach(EngineParams::lineTolerance)) &
+                         TurnsAgree(first, 0, reach) & TurnsAgree(second, 0, reach) &
+                         TurnsAgree(second, first, reach) &
+                         QualitiesAgree(probeQuality[pair.first], referenceQuality[i], falloff) &
+                         QualitiesAgree(probeQuality[pair.second], referenceQuality[j], falloff);
+      const uint16_t vote = agree ? 1 : 0;
+      uint16_t& firstVotes = context.votes[i * probeCount + pair.first];
+      uint16_t& secondVotes = context.votes[j * probeCount + pair.second];
+      firstVotes = static_cast<uint16_t>(firstVotes + vote);
+      secondVotes = static_cast<uint16_t>(secondVotes + vote);
+      left->bits = current.bits & (current.bits - 1);
+      left->start = current.start;
+      left->place = current.place;
+      left += left->bits != 0 ? 1 : 0;
+    }
+    end = left;
+  }
+}
+
+// Goes through the pairs of the reference. `wide` when more than 64 of the probe's
+// can be of similar length.
+template <typename Lanes, bool wide>
+static void CastVotesOf(EngineContext& context, int lastPair, const MatchLimits& limits) {
+  const TemplateGeometry& reference = context.referenceGeometry;
+  const PairList& pairs = context.probePairs;
+  const uint16_t* begins = pairs.startAt - limits.distanceTolerance;
+  const uint16_t* ends = pairs.startAt + limits.distanceTolerance + 1;
+  const Lanes lanes(CoarseReach(EngineParams::lineTolerance), CoarseReach(limits.angleTolerance));
+  constexpr int room = 512;
+  Agreeing list[room + maxPairs / 64 + 2];
+  Agreeing* last = list;
+  const int count = PairCount(reference.count);
+  for (int place = 0; place < count; place++) {
+    const int length = reference.distance[place];
+    if (length <= EngineParams::minPairDistance) continue;
+    const int end = std::min<int>(ends[length], lastPair);
+    int p = begins[length];
+    do {
+      const int left = std::max(wide ? std::min(end - p, 64) : end - p, 0);
+      last->bits = _bzhi_u64(lanes.Agreeing(pairs.coarse, p, reference.coarse, place),
+                             static_cast<unsigned>(left));
+      last->start = static_cast<uint16_t>(p);
+      last->place = static_cast<uint16_t>(place);
+      last += last->bits != 0 ? 1 : 0;
+      p += 64;
+    } while (wide && p < end);
+    if (last < list + room) continue;
+    CountAgreeing(context, list, last, limits.angleTolerance);
+    last = list;
+  }
+  CountAgreeing(context, list, last, limits.angleTolerance);
+}
+
+// `Half` tests 32 pairs at a time, `Full` 64.
+template <typename Half, typename Full>
+static void CastVotes(EngineContext& context, int lastPair, const MatchLimits& limits) {
+  const int most = context.probePairs.mostAlike;
+  const auto cast = most <= 32   ? CastVotesOf<Half, false>
+                    : most <= 64 ? CastVotesOf<Full, false>
+                                 : CastVotesOf<Full, true>;
+  cast(context, lastPair, limits);
+}
+
+}  // namespace vxm
