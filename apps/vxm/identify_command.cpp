@@ -37,29 +37,14 @@ struct Outcome {
   double seconds = 0;
 };
 
-std::vector<Path> GalleryFiles(const std::vector<std::string>& names) {
-  std::vector<Path> files;
-  for (const std::string& name : names) {
-    if (std::filesystem::is_directory(name)) {
-      const std::vector<Path> listed = ListFiles(name);
-      files.insert(files.end(), listed.begin(), listed.end());
-    } else if (std::filesystem::exists(name)) {
-      files.emplace_back(name);
-    } else {
-      throw Failure(name + ": no such file");
-    }
-  }
-  return files;
-}
-
-Gallery LoadGallery(const std::vector<Path>& files, const TemplateFile& probe) {
+Gallery LoadGallery(const std::vector<std::string>& files, const TemplateFile& probe) {
   Gallery gallery;
   Progress progress("loading", files.size());
-  for (const Path& path : files) {
+  for (const std::string& name : files) {
     if (Interrupted()) break;
     std::optional<TemplateFile> file;
     try {
-      file = LoadTemplateFile(path);
+      file = LoadTemplateFile(name);
     } catch (const Failure& failure) {
       if (gallery.skipped++ == 0) gallery.firstSkip = failure.what();
     }
@@ -113,7 +98,7 @@ const char* ResultText(const Outcome& outcome) {
 void ReportJson(const Outcome& outcome, const Gallery& gallery) {
   Json report = {{"result", ResultText(outcome)}, {"file", nullptr}, {"index", outcome.index}};
   if (outcome.index >= 0) {
-    report["file"] = JsonText(gallery.templates[static_cast<size_t>(outcome.index)].path);
+    report["file"] = gallery.templates[static_cast<size_t>(outcome.index)].name;
   }
   report["candidates"] = gallery.templates.size();
   report["skipped"] = gallery.skipped;
@@ -126,7 +111,7 @@ void ReportJson(const Outcome& outcome, const Gallery& gallery) {
 void ReportText(const Outcome& outcome, const Gallery& gallery) {
   if (outcome.index >= 0) {
     const TemplateFile& match = gallery.templates[static_cast<size_t>(outcome.index)];
-    std::printf("match: %s, index %d of %zu candidates", match.path.string().c_str(), outcome.index,
+    std::printf("match: %s, index %d of %zu candidates", match.name.c_str(), outcome.index,
                 gallery.templates.size());
   } else {
     std::printf("%s: %zu candidates", ResultText(outcome), gallery.templates.size());
@@ -139,7 +124,7 @@ void ReportText(const Outcome& outcome, const Gallery& gallery) {
 int Identify(const IdentifyOptions& options) {
   CatchInterrupt();
   const TemplateFile probe = LoadTemplateFile(options.probe);
-  const Gallery gallery = LoadGallery(GalleryFiles(options.gallery), probe);
+  const Gallery gallery = LoadGallery(ListFiles(options.gallery), probe);
   if (gallery.skipped > 0) {
     std::fprintf(stderr, "vxm: warning: skipped %zu files that are no templates, the first: %s\n",
                  gallery.skipped, gallery.firstSkip.c_str());

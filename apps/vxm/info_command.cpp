@@ -20,7 +20,7 @@ constexpr int fewestUseful = 4;
 Json Describe(const TemplateFile& file) {
   const Inspection& found = file.inspection;
   const bool native = found.format == Format::native;
-  Json entry = {{"file", JsonText(file.path)},
+  Json entry = {{"file", file.name},
                 {"valid", true},
                 {"format", NameOf(found.format)},
                 {"size", file.bytes.size()},
@@ -36,10 +36,9 @@ Json Describe(const TemplateFile& file) {
 void PrintLine(const TemplateFile& file) {
   const Inspection& found = file.inspection;
   const bool native = found.format == Format::native;
-  std::printf("%s: %s, %d bytes, %d minutiae, %s %d x %d %s, attribute %d",
-              file.path.string().c_str(), NameOf(found.format), file.Size(), found.minutiae,
-              native ? "grid" : "image", found.width, found.height, native ? "blocks" : "pixels",
-              found.attribute);
+  std::printf("%s: %s, %d bytes, %d minutiae, %s %d x %d %s, attribute %d", file.name.c_str(),
+              NameOf(found.format), file.Size(), found.minutiae, native ? "grid" : "image",
+              found.width, found.height, native ? "blocks" : "pixels", found.attribute);
   if (native) std::printf(", %s", found.form.c_str());
   if (found.minutiae < fewestUseful) std::printf(", too few minutiae to match anything");
   std::printf("\n");
@@ -59,7 +58,7 @@ int Info(const InfoOptions& options) {
     } catch (const Failure& failure) {
       exitCode = ExitCode::error;
       std::fprintf(stderr, "vxm: %s\n", failure.what());
-      entries.push_back({{"file", JsonText(name)}, {"valid", false}, {"fault", failure.what()}});
+      entries.push_back({{"file", name}, {"valid", false}, {"fault", failure.what()}});
     }
   }
   if (options.json) PrintJson(entries);

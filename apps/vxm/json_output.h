@@ -4,13 +4,9 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
-#include "files.h"
-
 using Json = nlohmann::ordered_json;
 
 // File names that are no UTF-8 come out with replacement characters.
 inline void PrintJson(const Json& json) {
   std::cout << json.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
 }
-
-inline std::string JsonText(const Path& path) { return path.u8string(); }

@@ -4,6 +4,7 @@
 #include "commands.h"
 #include "failure.h"
 #include "matcher_owner.h"
+#include "terminal.h"
 
 namespace {
 
@@ -36,6 +37,7 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  SpeakUtf8();
   try {
     return Run(argc, argv);
   } catch (const std::exception& fault) {

@@ -34,13 +34,6 @@ const std::map<std::string, vxmsynth::NativeForm> forms = {
     {"short-bytes", vxmsynth::NativeForm::shortBytes},
     {"short-codes", vxmsynth::NativeForm::shortCodes}};
 
-void MakeFolder(const Path& folder) {
-  std::error_code fault;
-  if (std::filesystem::is_directory(folder, fault)) return;
-  std::filesystem::create_directories(folder, fault);
-  if (fault) throw Failure(folder.string() + ": cannot be made: " + fault.message());
-}
-
 // "007_2": finger and impression, counted from 1, in order when sorted by name.
 std::string FileStem(const SynthOptions& options, int finger, int impression) {
   const auto padded = [](int number, int highest, size_t least) {
@@ -51,11 +44,11 @@ std::string FileStem(const SynthOptions& options, int finger, int impression) {
   return padded(finger, options.fingers, 3) + "_" + padded(impression, options.impressions, 1);
 }
 
-void WriteImpression(const SynthOptions& options, const Path& path,
+void WriteImpression(const SynthOptions& options, const std::string& stem,
                      const vxmsynth::Impression& impression) {
   const auto write = [&](Output format, const char* extension, const Bytes& bytes) {
     if (options.format == format || options.format == Output::all) {
-      WriteFile(Path(path).concat(extension), bytes);
+      WriteFile(stem + extension, bytes);
     }
   };
   write(Output::native, ".vxt", EncodeNative(impression, options.form));
@@ -64,8 +57,7 @@ void WriteImpression(const SynthOptions& options, const Path& path,
 }
 
 int Synth(const SynthOptions& options) {
-  const Path folder = options.folder;
-  MakeFolder(folder);
+  MakeFolder(options.folder);
   const auto total =
       static_cast<size_t>(options.fingers) * static_cast<size_t>(options.impressions);
   Progress progress("making templates", total);
@@ -76,7 +68,7 @@ int Synth(const SynthOptions& options) {
       vxmsynth::Impression impression =
           MakeImpression(finger, static_cast<uint64_t>(i), options.settings);
       if (options.turned) impression = TurnImpression(impression);
-      WriteImpression(options, folder / FileStem(options, f, i), impression);
+      WriteImpression(options, options.folder + "/" + FileStem(options, f, i), impression);
       progress.Step();
     }
   }

@@ -11,18 +11,17 @@ std::string FaultText(const Inspection& inspection) {
   return std::string("damaged ") + NameOf(inspection.format) + " record: " + inspection.fault;
 }
 
-TemplateFile LoadTemplateFile(const Path& path) {
-  TemplateFile file{path, ReadFile(path), {}};
+TemplateFile LoadTemplateFile(const std::string& name) {
+  TemplateFile file{name, ReadFile(name), {}};
   file.inspection = Inspect(file.bytes);
   if (!file.inspection.fault.empty()) {
-    throw Failure(path.string() + ": " + FaultText(file.inspection));
+    throw Failure(name + ": " + FaultText(file.inspection));
   }
   return file;
 }
 
 void RequireSameFormat(const TemplateFile& a, const TemplateFile& b) {
   if (a.inspection.format == b.inspection.format) return;
-  throw Failure("templates of different formats cannot be compared: " + a.path.string() + " is " +
-                NameOf(a.inspection.format) + ", " + b.path.string() + " is " +
-                NameOf(b.inspection.format));
+  throw Failure("templates of different formats cannot be compared: " + a.name + " is " +
+                NameOf(a.inspection.format) + ", " + b.name + " is " + NameOf(b.inspection.format));
 }

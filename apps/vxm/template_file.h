@@ -4,7 +4,7 @@
 #include "inspect.h"
 
 struct TemplateFile {
-  Path path;
+  std::string name;
   Bytes bytes;
   Inspection inspection;
 
@@ -14,7 +14,7 @@ struct TemplateFile {
 // Why the bytes are no template; speaks of them as what they are read as.
 std::string FaultText(const Inspection& inspection);
 
-TemplateFile LoadTemplateFile(const Path& path);
+TemplateFile LoadTemplateFile(const std::string& name);
 
 // Fails when the two are of different formats.
 void RequireSameFormat(const TemplateFile& a, const TemplateFile& b);

@@ -27,7 +27,7 @@ class Vxm(unittest.TestCase):
     @classmethod
     def setUpClass(cls) -> None:
         cls.holder = tempfile.TemporaryDirectory()
-        cls.folder = Path(cls.holder.name)
+        cls.folder = Path(cls.holder.name) / "Prüfung 指紋"
         cls.make("made", "--fingers", 12, "--impressions", 2, "--format", "all", "--seed", 5)
         native = cls.file("001_1.vxt").read_bytes()
         ansi = cls.file("001_1.ansi").read_bytes()
@@ -147,6 +147,10 @@ class Vxm(unittest.TestCase):
         self.expect(0, "007_2", "", "identify", self.folder / "upside.vxt",
                     *gallery.glob("*.vxt"), "--retry-turned")
         self.expect(2, "", "001_1.ansi is ANSI 378", "identify", probe, made)
+        # On Windows patterns are the program's to expand.
+        for_windows = program[-1].endswith(".exe")
+        self.expect(0 if for_windows else 2, "", "" if for_windows else "no such file",
+                    "identify", probe, gallery / "00*.vxt")
         self.expect(2, "", "nowhere: no such file", "identify", probe, gallery, "nowhere")
         (gallery / "007_2.vxt").unlink()
         done = run("identify", probe, gallery, "--json")
