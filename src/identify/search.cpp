@@ -65,7 +65,7 @@ Ending SearchOnCaller(Pass& pass) {
 void SearchOnWorker(void* argument) {
   Pass& pass = *static_cast<Pass*>(argument);
   Matcher& matcher = pass.matcher;
-  platform::WaitFor(matcher.workerStartEvent.get());
+  if (!platform::WaitFor(matcher.workerStartEvent.get())) return;
   for (int position = 1; position < pass.candidates.count; position += pass.threads) {
     const CandidateEntry& entry = pass.candidates.entries[static_cast<size_t>(position)];
     if (entry.templateData == nullptr) continue;

@@ -21,14 +21,15 @@ void Lock(Mutex* mutex);
 void Unlock(Mutex* mutex);
 
 // A manual-reset event: once set it stays set, for all waiters, until reset.
-// IsSet never waits and costs little enough to be asked after each comparison.
+// IsSet never waits and costs little enough to be asked after each comparison;
+// WaitFor waits without limit, and is false when the system fails to.
 struct Event;
 Event* MakeEvent(bool set);
 void DestroyEvent(Event* event);
 void Set(Event* event);
 void Reset(Event* event);
 bool IsSet(Event* event);
-void WaitFor(Event* event);
+bool WaitFor(Event* event);
 
 // A thread that runs `run(argument)` once. Join waits for its end and releases
 // it; what the thread wrote is visible to the caller afterwards.

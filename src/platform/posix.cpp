@@ -85,10 +85,11 @@ void Reset(Event* event) { event->set = false; }
 
 bool IsSet(Event* event) { return event->set; }
 
-void WaitFor(Event* event) {
+bool WaitFor(Event* event) {
   pthread_mutex_lock(&event->mutex);
   while (!event->set) pthread_cond_wait(&event->changed, &event->mutex);
   pthread_mutex_unlock(&event->mutex);
+  return true;
 }
 
 namespace {

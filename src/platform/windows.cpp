@@ -39,7 +39,7 @@ void Reset(Event* event) { ResetEvent(event); }
 
 bool IsSet(Event* event) { return WaitForSingleObject(event, 0) == WAIT_OBJECT_0; }
 
-void WaitFor(Event* event) { WaitForSingleObject(event, INFINITE); }
+bool WaitFor(Event* event) { return WaitForSingleObject(event, INFINITE) == WAIT_OBJECT_0; }
 
 struct Thread {
   HANDLE handle;
