@@ -24,6 +24,7 @@ int Run(int argc, char** argv) {
   AddVerify(program, exitCode);
   AddInfo(program, exitCode);
   AddIdentify(program, exitCode);
+  AddGalleryCommands(program, exitCode);
   AddRotate(program, exitCode);
   AddSynth(program, exitCode);
   try {

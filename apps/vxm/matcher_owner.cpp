@@ -1,6 +1,8 @@
 // Statuses of the library as failures of the program.
 #include "matcher_owner.h"
 
+#include <cmath>
+
 #include "failure.h"
 
 void Require(int status, const std::string& doing) {
@@ -8,6 +10,10 @@ void Require(int status, const std::string& doing) {
   char text[VXM_ERROR_TEXT_SIZE];
   VXM_GetErrorString(status, text);
   throw Failure(doing + ": " + text + " (" + std::to_string(status) + ")");
+}
+
+double RoundedScore(float score) {
+  return static_cast<double>(std::lround(score * 10000.0f)) / 10000.0;
 }
 
 void MatcherOwner::SetType(int type) const {

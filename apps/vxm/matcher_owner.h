@@ -8,6 +8,9 @@
 // Fails with the library's text for any status but VXM_OK.
 void Require(int status, const std::string& doing);
 
+// A score is a multiple of 1/10000; as this double it prints as one.
+double RoundedScore(float score);
+
 class MatcherOwner {
  public:
   MatcherOwner() { Require(VXM_Create(&handle_), "creating a matcher"); }

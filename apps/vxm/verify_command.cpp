@@ -1,5 +1,4 @@
 // vxm verify: do two templates come from the same finger?
-#include <cmath>
 #include <cstdio>
 #include <memory>
 
@@ -35,10 +34,8 @@ int Verify(const VerifyOptions& options) {
           "comparing " + options.first + " with " + options.second);
 
   if (options.json) {
-    // The score is a multiple of 1/10000; as a double it prints as one.
-    const long tenThousandths = std::lround(score * 10000.0f);
     PrintJson({{"match", verified == 1},
-               {"score", static_cast<double>(tenThousandths) / 10000.0},
+               {"score", RoundedScore(score)},
                {"level", options.level},
                {"format", NameOf(first.inspection.format)}});
   } else {

@@ -152,6 +152,8 @@ class Vxm(unittest.TestCase):
         self.expect(0 if for_windows else 2, "", "" if for_windows else "no such file",
                     "identify", probe, gallery / "00*.vxt")
         self.expect(2, "", "nowhere: no such file", "identify", probe, gallery, "nowhere")
+        self.expect(1, "no match: 0 candidates", "skipped 1 files", "identify", probe,
+                    gallery / "zz.txt")
         (gallery / "007_2.vxt").unlink()
         done = run("identify", probe, gallery, "--json")
         report = json.loads(done.stdout)
