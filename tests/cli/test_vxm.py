@@ -5,6 +5,7 @@ Run as: test_vxm.py [EMULATOR] VXM
 import hashlib
 import json
 import os
+import re
 import signal
 import subprocess
 import sys
@@ -161,6 +162,15 @@ class Vxm(unittest.TestCase):
         self.assertEqual((report["result"], report["file"], report["index"]), ("no match", None, -1))
         self.assertEqual((report["candidates"], report["skipped"]), (11, 1))
         self.assertGreater(report["candidatesPerSecond"], 0)
+
+    def test_man_page_names_commands_and_options(self) -> None:
+        page = (Path(__file__).parents[2] / "apps/vxm/vxm.1").read_text(encoding="utf-8")
+        listed = run("--help").stdout.split("Subcommands:\n")[1]
+        for command in re.findall(r"^  (\w+)", listed, re.MULTILINE):
+            self.assertIn(f".It Cm {command} Ar", page)
+            options = re.findall(r"^  --([\w-]+)", run(command, "--help").stdout, re.MULTILINE)
+            for option in options if command != "synth" else []:
+                self.assertIn(f".It Fl -{option}", page)
 
     @unittest.skipUnless(hasattr(os, "mkfifo"), "needs named pipes")
     def test_interrupt(self) -> None:
