@@ -34,26 +34,6 @@ Bytes TouchOf(int type, uint64_t finger, uint64_t impression, int attribute = 32
   return With(bytes, type == TEMPLATE_NATIVE ? 4 : bytes.size() - 1, attribute);
 }
 
-TEST_F(IdentificationTest, FindsTheMateWhereverItStands) {
-  for (const int type : made::allTypes) {
-    SetType(type);
-    const Bytes probe = TouchOf(type, 1, 1);
-    const Bytes mate = TouchOf(type, 1, 2);
-    std::vector<Bytes> impostors;
-    for (uint64_t finger = 2; finger < 6; finger++) impostors.push_back(TouchOf(type, finger, 1));
-    const std::vector<Template> others(impostors.begin(), impostors.end());
-    for (const calls::IdentifyForm& form : calls::identifyForms) {
-      SCOPED_TRACE(testing::Message() << form.name << ' ' << type);
-      EXPECT_EQ(Identify(form, matcher, probe, others), nobody);
-      for (int place = 0; place <= 4; place++) {
-        std::vector<Template> gallery = others;
-        gallery.insert(gallery.begin() + place, mate);
-        EXPECT_EQ(Identify(form, matcher, probe, gallery), Found(place));
-      }
-    }
-  }
-}
-
 // Galleries as texts: M the probe's mate, i an impostor, 0 a null entry, b an
 // invalid template, s one too short for its attribute, w a template of another
 // format. All have the same attribute, so that they are tried in this order; a
