@@ -58,7 +58,7 @@ Found SearchInBuffer(decltype(&VXM_Identify_J) identify, MatcherHandle matcher, 
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const MatcherHandle matcher = fuzz::NewMatcher();
+  static MatcherHandle matcher = fuzz::NewMatcher();
   fuzz::Input input = fuzz::Parse(data, size);
   if (input.templates.size() < 2 || input.templates[0].empty()) return 0;
   fuzz::Configure(matcher, input.settings);
@@ -68,6 +68,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const size_t count = gallery.size();
 
   std::vector<Found> alone;
+  alone.reserve(count);
   for (const Bytes& bytes : gallery) {
     alone.push_back(Search(VXM_Identify, matcher, probe, &bytes, 1));
   }

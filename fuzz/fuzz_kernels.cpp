@@ -24,7 +24,7 @@ Answers Ask(MatcherHandle matcher, const Bytes& a, const Bytes& b) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const MatcherHandle matcher = fuzz::NewMatcher();
+  static MatcherHandle matcher = fuzz::NewMatcher();
   const fuzz::Input input = fuzz::Parse(data, size);
   if (input.templates.size() < 2) return 0;
   const Bytes& a = input.templates[0];

@@ -36,7 +36,7 @@ bool LoadsAs(MatcherHandle matcher, int type, const Bytes& bytes) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const MatcherHandle matcher = fuzz::NewMatcher();
+  static MatcherHandle matcher = fuzz::NewMatcher();
   for (const Bytes& bytes : fuzz::Parse(data, size).templates) {
     if (bytes.empty()) continue;
     fuzz::Configure(matcher, data[0]);

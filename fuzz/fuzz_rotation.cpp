@@ -42,7 +42,7 @@ void Turn(MatcherHandle matcher, Bytes& bytes) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const MatcherHandle matcher = fuzz::NewMatcher();
+  static MatcherHandle matcher = fuzz::NewMatcher();
   for (Bytes bytes : fuzz::Parse(data, size).templates) {
     if (bytes.empty()) continue;
     fuzz::Configure(matcher, data[0]);

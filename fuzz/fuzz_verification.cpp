@@ -27,8 +27,8 @@ void CheckAnswer(const fuzz::Verified& answer) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const MatcherHandle first = fuzz::NewMatcher();
-  static const MatcherHandle second = fuzz::NewMatcher();
+  static MatcherHandle first = fuzz::NewMatcher();
+  static MatcherHandle second = fuzz::NewMatcher();
   const fuzz::Input input = fuzz::Parse(data, size);
   if (input.templates.size() < 2) return 0;
   const Bytes& a = input.templates[0];
