@@ -81,7 +81,7 @@ LAWS = (
 CODE_SUFFIXES = (".h", ".hpp", ".c", ".cpp")
 SKIPPED_FOLDERS = re.compile(r"\..*|build.*|out.*|__pycache__|node_modules")
 # Names that tools look for, one to a folder.
-REPEATED_NAMES = frozenset("CMakeLists.txt README.md Makefile package.json .gitignore".split())
+REPEATED_NAMES = frozenset("CMakeLists.txt README.md Makefile package.json .gitignore .clang-tidy".split())
 TEST_STEM = re.compile(r"(.+)_test")
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
