@@ -5,6 +5,7 @@
 #include <climits>
 #include <thread>
 
+#include "support/guarded_buffer.h"
 #include "support/made_templates.h"
 #include "support/matcher_calls.h"
 #include "support/matcher_fixture.h"
@@ -31,26 +32,6 @@ class IdentificationTest : public MatcherTest {
 Bytes TouchOf(int type, uint64_t finger, uint64_t impression, int attribute = 32) {
   Bytes bytes = made::Touch(type, finger, impression);
   return With(bytes, type == TEMPLATE_NATIVE ? 4 : bytes.size() - 1, attribute);
-}
-
-TEST_F(IdentificationTest, FindsTheMateWhereverItStands) {
-  for (const int type : made::allTypes) {
-    SetType(type);
-    const Bytes probe = TouchOf(type, 1, 1);
-    const Bytes mate = TouchOf(type, 1, 2);
-    std::vector<Bytes> impostors;
-    for (uint64_t finger = 2; finger < 6; finger++) impostors.push_back(TouchOf(type, finger, 1));
-    const std::vector<Template> others(impostors.begin(), impostors.end());
-    for (const calls::IdentifyForm& form : calls::identifyForms) {
-      SCOPED_TRACE(testing::Message() << form.name << ' ' << type);
-      EXPECT_EQ(Identify(form, matcher, probe, others), nobody);
-      for (int place = 0; place <= 4; place++) {
-        std::vector<Template> gallery = others;
-        gallery.insert(gallery.begin() + place, mate);
-        EXPECT_EQ(Identify(form, matcher, probe, gallery), Found(place));
-      }
-    }
-  }
 }
 
 // Galleries as texts: M the probe's mate, i an impostor, 0 a null entry, b an
@@ -267,27 +248,54 @@ TEST_F(IdentificationTest, EmptyIsoRecordsTakeNoTime) {
   }
 }
 
+// However the calling thread's half ends, the worker ends with it: far down in its
+// own half lies a candidate that may not be touched.
+TEST_F(IdentificationTest, TheWorkerDoesNotGoOnAlone) {
+  const GuardedBuffer guarded(1);
+  const Bytes probe = TouchOf(TEMPLATE_NATIVE, 1, 1);
+  const Bytes impostor = TouchOf(TEMPLATE_NATIVE, 2, 1);
+  std::vector<Template> gallery(40000, impostor);
+  // Too short for its attribute, so that it is the last and not looked at before.
+  gallery.push_back({guarded.End(), 4});
+  gallery.insert(gallery.begin(), impostor);
+  const struct {
+    Bytes first;
+    unsigned timeout;
+    Answer expected;
+  } cases[] = {
+      {TouchOf(TEMPLATE_NATIVE, 1, 2), 0, Found(0)},
+      {made::Touch(TEMPLATE_ANSI378, 1, 2), 0, {VXM_ERR_TEMPLATE_TYPE, 0, -1}},
+      {impostor, 1, {VXM_ERR_MATCH_TIMEOUT, 0, -1}},
+  };
+  for (const auto& c : cases) {
+    gallery[0] = c.first;
+    EXPECT_EQ(Identify(calls::identifyForms[1], matcher, probe, gallery, c.timeout), c.expected);
+  }
+}
+
 // Several matchers search at once on two threads each and are aborted at any
-// moment: each search ends as it should, or as aborted.
+// moment, thousands of times: each search ends as it should, or as aborted.
 TEST(IdentificationThreadsTest, AbortsAtAnyMoment) {
   const Bytes probe = TouchOf(TEMPLATE_NATIVE, 1, 1);
   const Bytes mate = TouchOf(TEMPLATE_NATIVE, 1, 2);
   const Bytes impostor = TouchOf(TEMPLATE_NATIVE, 2, 1);
-  std::vector<Template> gallery(40, impostor);
+  std::vector<Template> gallery(8, impostor);
   gallery.push_back(mate);
+  std::atomic<int> aborted{0};
   const auto search = [&] {
     MatcherHandle matcher = nullptr;
     EXPECT_EQ(VXM_Create(&matcher), VXM_OK);
     std::atomic<bool> ended{false};
     std::thread aborting([&] {
-      for (int pause = 0; !ended; pause = (pause + 37) % 1500) {
+      for (int pause = 0; !ended; pause = (pause + 37) % 400) {
         std::this_thread::sleep_for(std::chrono::microseconds(pause));
         EXPECT_EQ(VXM_AbortIdentify(matcher), VXM_OK);
       }
     });
-    for (int round = 0; round < 30; round++) {
+    for (int round = 0; round < 1000; round++) {
       const Answer answer = Identify(calls::identifyForms[1], matcher, probe, gallery);
-      EXPECT_TRUE(answer == Found(40) || answer == (Answer{VXM_ERR_MATCH_ABORTED, 0, -1}))
+      aborted += answer.status == VXM_ERR_MATCH_ABORTED ? 1 : 0;
+      EXPECT_TRUE(answer == Found(8) || answer == (Answer{VXM_ERR_MATCH_ABORTED, 0, -1}))
           << testing::PrintToString(answer);
     }
     ended = true;
@@ -297,6 +305,7 @@ TEST(IdentificationThreadsTest, AbortsAtAnyMoment) {
   std::thread others[] = {std::thread(search), std::thread(search)};
   search();
   for (std::thread& other : others) other.join();
+  EXPECT_GT(aborted, 0);
 }
 
 }  // namespace

@@ -1,8 +1,5 @@
-// Making and deleting matchers, also from several threads at once.
+// Making and deleting matchers.
 #include <gtest/gtest.h>
-
-#include <thread>
-#include <vector>
 
 #include "support/matcher_fixture.h"
 
@@ -52,29 +49,6 @@ TEST_F(LifecycleTest, MatchersKeepTheirOwnSettings) {
   ExpectDefaults(matcher);
   EXPECT_EQ(VXM_Delete(other), VXM_OK);
   ExpectDefaults(matcher);
-}
-
-// Verification takes the process lock, which must live from the first matcher
-// to the last, whoever deletes its own in between.
-TEST(LifecycleThreadsTest, MatchersComeAndGoWhileOthersWork) {
-  constexpr int threadCount = 4;
-  constexpr int rounds = 50;
-  std::vector<int> failures(threadCount, 0);
-  const auto work = [&failures](size_t thread) {
-    const unsigned char bytes[16] = {};
-    for (int round = 0; round < rounds; round++) {
-      MatcherHandle matcher = nullptr;
-      int verified = -1;
-      failures[thread] += VXM_Create(&matcher) != VXM_OK;
-      failures[thread] += VXM_Verify(matcher, bytes, sizeof(bytes), bytes, sizeof(bytes),
-                                     &verified) != VXM_ERR_INVALID_PARAMETERS;
-      failures[thread] += VXM_Delete(matcher) != VXM_OK;
-    }
-  };
-  std::vector<std::thread> threads;
-  for (size_t i = 0; i < threadCount; i++) threads.emplace_back(work, i);
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(failures, std::vector<int>(threadCount, 0));
 }
 
 }  // namespace

@@ -11,7 +11,6 @@ namespace {
 
 using made::At;
 using made::Bytes;
-using vxmsynth::NativeForm;
 
 class RotationTest : public MatcherTest {
  protected:
@@ -46,30 +45,6 @@ TEST_F(RotationTest, WhatIsNoTemplateStaysAsItWas) {
   EXPECT_EQ(VXM_RotateTemplate(nullptr, buffer.data(), 100), VXM_ERR_INVALID_PARAMETERS);
   EXPECT_EQ(VXM_RotateTemplate(matcher, nullptr, 100), VXM_ERR_INVALID_PARAMETERS);
   EXPECT_EQ(buffer, good);
-}
-
-TEST_F(RotationTest, NativeTemplatesTakeTheRichestFormThatFits) {
-  const auto impression = vxmsynth::MakeImpression(vxmsynth::MakeFinger(1), 1);
-  const auto n = impression.minutiae.size();
-  const auto blocks = impression.orientation.size();
-  const Bytes brief = vxmsynth::EncodeNative(impression, NativeForm::shortCodes);
-  const struct {
-    size_t size;
-    int recordSize;
-    bool byteMap;
-  } cases[] = {
-      {brief.size(), 4, false},
-      {8 + 5 * n + (blocks + 1) / 2, 5, false},
-      {8 + 5 * n + blocks, 5, true},
-      {4977, 5, true},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.size);
-    const Bytes turned = Turned(brief, c.size);
-    EXPECT_EQ(turned[0], 0x40 + c.recordSize);
-    EXPECT_EQ(turned[2] >= 0x80, c.byteMap);
-    EXPECT_EQ(turned[4], brief[4]);
-  }
 }
 
 // A minutia on the left or top edge comes to lie beyond the grid and is pulled

@@ -7,7 +7,6 @@
 
 #include <climits>
 #include <random>
-#include <thread>
 
 #include "support/guarded_buffer.h"
 #include "support/made_templates.h"
@@ -111,30 +110,6 @@ TEST_F(HostileBytesTest, RotationStaysInItsBuffer) {
       }
     }
   }
-}
-
-// A matcher for each thread: all give what they give alone.
-TEST(ThreadsTest, MatchersDoNotDisturbEachOther) {
-  const auto work = [](int type) {
-    MatcherHandle matcher = nullptr;
-    EXPECT_EQ(VXM_Create(&matcher), VXM_OK);
-    EXPECT_EQ(VXM_SetTemplateType(matcher, type), VXM_OK);
-    std::vector<std::vector<Answer>> answers;
-    for (uint64_t finger = 0; finger < 6; finger++) {
-      const Bytes a = made::Touch(type, finger, 1);
-      const Bytes b = made::Touch(type, finger / 2 * 2, 2);
-      answers.push_back(AnswersTo(matcher, a, b));
-    }
-    EXPECT_EQ(VXM_Delete(matcher), VXM_OK);
-    return answers;
-  };
-  std::vector<std::vector<Answer>> together[3];
-  std::vector<std::thread> threads;
-  for (size_t i = 0; i < 3; i++) {
-    threads.emplace_back([&, i] { together[i] = work(made::allTypes[i]); });
-  }
-  for (std::thread& thread : threads) thread.join();
-  for (size_t i = 0; i < 3; i++) EXPECT_EQ(together[i], work(made::allTypes[i]));
 }
 
 // What a matcher was used for before changes no answer: everything that is asked

@@ -26,6 +26,7 @@ std::atomic<int> taken{0};  // by the library
 // The ordinal, counted from now, of the one that is refused; 0 for none.
 std::atomic<int> refusedAllocation{0};
 std::atomic<int> refusedObject{0};
+std::atomic<int> refusedText{0};
 
 bool Refuses(std::atomic<int>& ordinal) { return ordinal > 0 && --ordinal == 0; }
 
@@ -82,6 +83,9 @@ int __wrap_pthread_cond_init(pthread_cond_t* condition, const pthread_condattr_t
   return Refuses(refusedObject) ? ENOMEM : __real_pthread_cond_init(condition, attributes);
 }
 
+void* __real_malloc(size_t);
+void* __wrap_malloc(size_t size) { return Refuses(refusedText) ? nullptr : __real_malloc(size); }
+
 }  // extern "C"
 
 namespace {
@@ -129,6 +133,16 @@ TEST(PlatformFaultTest, CreationIsAllOrNothing) {
   EXPECT_GE(RefuseOneAfterTheOther(refusedObject, CreateAndDelete), 1);
   EXPECT_EQ(calls::Verify(first, probe, mate).status, VXM_OK);
   EXPECT_EQ(VXM_Delete(first), VXM_OK);
+}
+
+TEST(PlatformFaultTest, ATextThatCannotBeMadeIsNull) {
+  VXM_ComString text = nullptr;
+  const auto get = [&text] { return VXM_GetErrorString_B(VXM_OK, &text); };
+  refusedText = 1;
+  EXPECT_EQ(get(), VXM_ERROR);
+  EXPECT_EQ(text, nullptr);
+  EXPECT_EQ(get(), VXM_OK);
+  std::free(text);
 }
 
 class PlatformTest : public MatcherTest {

@@ -13,7 +13,7 @@ import sys
 from pathlib import Path
 
 COUNT = 19
-WINDOWS_LIBRARIES = {"kernel32.dll", "msvcrt.dll", "oleaut32.dll", "user32.dll"}
+WINDOWS_LIBRARIES = {"advapi32.dll", "kernel32.dll", "msvcrt.dll", "oleaut32.dll", "user32.dll"}
 
 
 def matches(file: Path, pattern: str) -> list[str]:

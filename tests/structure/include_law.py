@@ -68,7 +68,8 @@ LAWS = (
     Law("src/api/", ("src/", HEADER), None, (NO_SYSTEM,)),
     Law("apps/", ("apps/", HEADER)),
     Law("bindings/", ("bindings/", HEADER)),
-    Law("fuzz/", ("fuzz/", "src/", HEADER)),
+    Law("fuzz/", ("fuzz/", "apps/synth/synth.h", HEADER)),
+    Law("fuzz/fuzz_kernels.cpp", ("fuzz/", "src/engine/kernels/kernels.h")),
     Law("bench/", ("bench/", "src/", "apps/synth/synth.h", HEADER)),
     Law("tests/", ("tests/", "src/", HEADER)),
     Law("tests/cli/", ("apps/", HEADER)),
@@ -80,7 +81,7 @@ LAWS = (
 CODE_SUFFIXES = (".h", ".hpp", ".c", ".cpp")
 SKIPPED_FOLDERS = re.compile(r"\..*|build.*|out.*|__pycache__|node_modules")
 # Names that tools look for, one to a folder.
-REPEATED_NAMES = frozenset("CMakeLists.txt README.md Makefile package.json .gitignore".split())
+REPEATED_NAMES = frozenset("CMakeLists.txt README.md Makefile package.json .gitignore .clang-tidy".split())
 TEST_STEM = re.compile(r"(.+)_test")
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)

@@ -16,6 +16,9 @@ class GuardedBuffer {
   // The first `size` bytes, copied to the very end of the buffer.
   uint8_t* Put(const std::vector<uint8_t>& bytes, size_t size);
 
+  // Where the closed memory begins.
+  const uint8_t* End() const { return memory_ + open_; }
+
  private:
   uint8_t* memory_;
   size_t open_;  // bytes before the closed page

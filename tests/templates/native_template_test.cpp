@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstring>
 #include <memory>
 #include <string>
 
@@ -16,9 +15,6 @@ namespace {
 using made::At;
 using made::Bytes;
 using vxmsynth::NativeForm;
-
-constexpr NativeForm allForms[] = {NativeForm::fullBytes, NativeForm::fullCodes,
-                                   NativeForm::shortBytes, NativeForm::shortCodes};
 
 struct Loaded {
   vxm::MatchWorkspace workspace = {};
@@ -163,27 +159,6 @@ TEST(NativeConversionTest, CodesAreRoundedAndComeBack) {
     EXPECT_TRUE(code >= 0 && code <= 15) << value;
     if (value < 120) {
       EXPECT_EQ(code, (value + 4) / 8 % 15) << value;
-    }
-  }
-}
-
-TEST(NativeWriteTest, WhatWasLoadedComesBack) {
-  for (uint64_t finger = 0; finger < 8; finger++) {
-    const auto impression = vxmsynth::MakeImpression(vxmsynth::MakeFinger(finger), 1);
-    for (const NativeForm form : allForms) {
-      SCOPED_TRACE(testing::Message() << "finger " << finger << " form " << static_cast<int>(form));
-      Bytes bytes = vxmsynth::EncodeNative(impression, form);
-      const auto loaded = Load(bytes);
-      const auto again = Load(Write(*loaded, 4977));
-      const vxm::MatchWorkspace& a = loaded->workspace;
-      const vxm::MatchWorkspace& b = again->workspace;
-      // Both began as zeros, so that all their bytes must agree.
-      EXPECT_EQ(std::memcmp(&a, &b, sizeof(a)), 0);
-      EXPECT_EQ(again->attribute, loaded->attribute);
-      // In its own size a template comes back in its own form, byte by byte; a
-      // form that is never written is left aside.
-      if (form == NativeForm::shortBytes) continue;
-      EXPECT_EQ(Write(*loaded, static_cast<int>(bytes.size())), bytes);
     }
   }
 }
