@@ -67,6 +67,7 @@ LAWS = (
          HEADER), None, (NO_SYSTEM,)),
     Law("src/api/", ("src/", HEADER), None, (NO_SYSTEM,)),
     Law("apps/", ("apps/", HEADER)),
+    Law("apps/explain/", ("apps/", "src/")),
     Law("bindings/", ("bindings/", HEADER)),
     Law("fuzz/", ("fuzz/", "src/", HEADER)),
     Law("bench/", ("bench/", "src/", "apps/synth/synth.h", HEADER)),
