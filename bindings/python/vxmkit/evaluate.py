@@ -68,13 +68,16 @@ def _options(arguments: "Sequence[str] | None") -> argparse.Namespace:
 
 
 def _percent(rate: Rate) -> str:
-    return f"{100 * rate.value:6.2f} ({100 * rate.low:.2f} to {100 * rate.high:.2f})"
+    def digits(share: float) -> str:
+        return f"{100 * share:.{2 if share == 0 or share >= 0.001 else 4}f}"
+
+    return f"{digits(rate.value)} ({digits(rate.low)} to {digits(rate.high)})"
 
 
 def _table(accuracies: "dict[str, Accuracy]") -> str:
     """The figures in percent, a column for each protocol."""
     rows = [("", *accuracies),
-            ("genuine, impostor pairs", *(f"{each.genuine:6}, {each.impostor}"
+            ("genuine, impostor pairs", *(f"{each.genuine}, {each.impostor}"
                                           for each in accuracies.values()))]
     for field, name in _FIGURES.items():
         rows.append((name, *(_percent(getattr(each, field)) for each in accuracies.values())))
