@@ -37,7 +37,7 @@ class BuildWithFiles(build_py):
 class SystemWheel(bdist_wheel):
     """Of one system, and any Python 3 there: nothing is compiled against it."""
 
-    def get_tag(self) -> "tuple[str, str, str]":
+    def get_tag(self) -> tuple[str, str, str]:
         tag = super().get_tag()
         return ("py3", "none", tag[2]) if FILES else tag
 

@@ -11,7 +11,7 @@ from vxmkit.explain import ExplainError, explain
 TEXT = "{http://www.w3.org/2000/svg}text"
 
 
-def draw(*arguments: object, **options: object) -> "subprocess.CompletedProcess[str]":
+def draw(*arguments: object, **options: object) -> subprocess.CompletedProcess[str]:
     return subprocess.run([sys.executable, "-m", "vxmkit.draw", *map(str, arguments)],
                           capture_output=True, text=True, **options)
 
@@ -19,7 +19,7 @@ def draw(*arguments: object, **options: object) -> "subprocess.CompletedProcess[
 @pytest.mark.parametrize("probe, candidate", [
     ("001_1.vxt", None), ("001_1.iso", None),
     ("001_1.vxt", "001_2.vxt"), ("001_1.ansi", "001_2.ansi"), ("001_1.vxt", "002_1.vxt")])
-def test_pictures(fingers: Path, tmp_path: Path, probe: str, candidate: "str | None") -> None:
+def test_pictures(fingers: Path, tmp_path: Path, probe: str, candidate: str | None) -> None:
     files = [fingers / name for name in (probe, candidate) if name]
     picture = tmp_path / "out.svg"
     ran = draw(*files, "-o", picture)

@@ -65,7 +65,7 @@ def test_interval_counts_fingers() -> None:
     ("s*/{impression}.{finger}", "s1/2.thumb", ("thumb", "2")),
     ("s*/{impression}.{finger}", "s1/2/thumb", None),
 ])
-def test_patterns(pattern: str, name: str, parts: "tuple[str, str] | None") -> None:
+def test_patterns(pattern: str, name: str, parts: tuple[str, str] | None) -> None:
     found = name_expression(pattern).fullmatch(name)
     assert (found and (found["finger"], found["impression"])) == parts
 
@@ -85,7 +85,7 @@ def test_trials(fingers: Path) -> None:
                                             impressions[candidate].template).points
 
 
-def evaluate(*arguments: object) -> "subprocess.CompletedProcess[str]":
+def evaluate(*arguments: object) -> subprocess.CompletedProcess[str]:
     return subprocess.run([sys.executable, "-m", "vxmkit.evaluate", "--quiet",
                            *map(str, arguments)], capture_output=True, text=True)
 
@@ -126,7 +126,7 @@ def test_command_leaves_bad_files_out(fingers: Path, tmp_path: Path) -> None:
     ([".", "--type", "iso", "--out", "001_1.iso"], "001_1.iso"),
 ])
 def test_command_refuses(fingers: Path, monkeypatch: pytest.MonkeyPatch,
-                         arguments: "list[str]", said: str) -> None:
+                         arguments: list[str], said: str) -> None:
     monkeypatch.chdir(fingers)
     ran = evaluate(*arguments)
     assert ran.returncode == 2

@@ -10,7 +10,7 @@ PROGRAM = os.environ["VXM_EXPLAIN"]
 KNOWN = Path(__file__).parents[1] / "data/known_answers.txt"
 
 
-def explain(*arguments: object) -> "subprocess.CompletedProcess[str]":
+def explain(*arguments: object) -> subprocess.CompletedProcess[str]:
     return subprocess.run([PROGRAM, *map(str, arguments)], capture_output=True, text=True)
 
 

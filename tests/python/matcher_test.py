@@ -14,12 +14,12 @@ TYPES = {".vxt": TemplateType.NATIVE, ".iso": TemplateType.ISO19794_2,
          ".ansi": TemplateType.ANSI378}
 
 
-def column(folder: Path, suffix: str, impression: int) -> "list[bytes]":
+def column(folder: Path, suffix: str, impression: int) -> list[bytes]:
     return [file.read_bytes() for file in sorted(folder.glob(f"*_{impression}{suffix}"))]
 
 
 @pytest.fixture(scope="module")
-def endless(fingers: Path) -> "tuple[bytes, Gallery]":
+def endless(fingers: Path) -> tuple[bytes, Gallery]:
     """A search without a match that takes seconds."""
     first, *others = column(fingers, ".vxt", 1)
     return first, Gallery(others * 60_000)
@@ -78,7 +78,8 @@ def test_matches(fingers: Path) -> None:
     probes = column(fingers, ".vxt", 1)
     stream = [None, *column(fingers, ".vxt", 2), *column(fingers, ".vxt", 3)]
     with Matcher() as matcher:
-        found = {finger: matcher.matches(probe, iter(stream)) for finger, probe in enumerate(probes)}
+        found = {finger: matcher.matches(probe, iter(stream))
+                 for finger, probe in enumerate(probes)}
         for finger, each in found.items():
             assert next(each) == finger + 1
             matcher.verify(probes[0], probes[1])
@@ -122,7 +123,7 @@ def test_errors(fingers: Path) -> None:
 
 
 @pytest.mark.parametrize("threads", [1, 2])
-def test_early_ends(endless: "tuple[bytes, Gallery]", threads: int) -> None:
+def test_early_ends(endless: tuple[bytes, Gallery], threads: int) -> None:
     """Time limit, abort from a thread, and Ctrl-C; the matcher serves on."""
     probe, gallery = endless
     with Matcher() as matcher:
@@ -160,7 +161,7 @@ def test_threads_share_a_matcher(fingers: Path) -> None:
     assert not wrong
 
 
-def test_close_waits_for_a_search(endless: "tuple[bytes, Gallery]") -> None:
+def test_close_waits_for_a_search(endless: tuple[bytes, Gallery]) -> None:
     probe, gallery = endless
     matcher = Matcher()
     ended = []

@@ -46,7 +46,7 @@ def test_functions() -> None:
     (constants.Parameter, "VXM_Parameter", "VXM_PARAM_"),
     (constants.TextSize, "VXM_TextSize", "VXM_"),
 ])
-def test_numbers(enum: "type[IntEnum]", name: str, prefix: str) -> None:
+def test_numbers(enum: type[IntEnum], name: str, prefix: str) -> None:
     body = re.search(rf"enum {name} {{(.*?)}}", CODE, re.DOTALL).group(1)
     declared = {key: int(value) for key, value in re.findall(rf"{prefix}(\w+) = (-?\d+)", body)}
     assert declared == {each.name: each.value for each in enum}

@@ -12,6 +12,7 @@ import dataclasses
 from typing import NamedTuple
 
 import numpy as np
+from tqdm import trange
 
 from .constants import SCORE_SCALE
 from .trials import Trials
@@ -52,7 +53,7 @@ class Accuracy:
     fmr100: Rate
     fmr1000: Rate
     zero_fmr: Rate
-    levels: "tuple[LevelRates, ...]"
+    levels: tuple[LevelRates, ...]
 
 
 def error_rates(points: np.ndarray, genuine: np.ndarray, weights: np.ndarray) -> ErrorRates:
@@ -76,13 +77,13 @@ def fnmr_at_fmr(rates: ErrorRates, fmr: float) -> float:
     return rates.fnmr[rates.fmr <= fmr].min()
 
 
-def _figures(rates: ErrorRates, thresholds: "list[int]") -> np.ndarray:
+def _figures(rates: ErrorRates, thresholds: list[int]) -> np.ndarray:
     return np.array([equal_error_rate(rates), fnmr_at_fmr(rates, 0.01), fnmr_at_fmr(rates, 0.001),
                      fnmr_at_fmr(rates, 0.0), *rates.fmr[thresholds], *rates.fnmr[thresholds]])
 
 
-def measure(trials: Trials, thresholds: "tuple[int, ...]", rounds: int = 1000,
-            seed: int = 1) -> Accuracy:
+def measure(trials: Trials, thresholds: tuple[int, ...], rounds: int = 1000,
+            seed: int = 1, progress: bool = False) -> Accuracy:
     """All figures of trials that hold genuine and impostor comparisons; thresholds
     are those of the security levels. The bootstrap draws `rounds` times from `seed`."""
     genuine = trials.genuine
@@ -91,7 +92,7 @@ def measure(trials: Trials, thresholds: "tuple[int, ...]", rounds: int = 1000,
     fingers = 1 + max(trials.probe_finger.max(), trials.candidate_finger.max())
     source = np.random.default_rng(seed)
     drawn = []
-    for _ in range(rounds):
+    for _ in trange(rounds, desc="confidence", unit=" rounds", disable=None if progress else True):
         times = np.bincount(source.integers(fingers, size=fingers), minlength=fingers)
         weights = times[trials.probe_finger] * np.where(genuine, 1, times[trials.candidate_finger])
         sample = error_rates(trials.points, genuine, weights)

@@ -26,7 +26,8 @@ try:
 
     from .figures import save
 except ModuleNotFoundError as missing:
-    sys.exit(f"vxmkit.draw: needs matplotlib; no {missing.name} here")
+    print(f"vxmkit.draw: needs matplotlib; no {missing.name} here", file=sys.stderr)
+    sys.exit(2)
 from math import cos, radians, sin
 
 from .explain import ExplainError, explain
@@ -38,7 +39,7 @@ _PALE = "0.6"
 _SUFFIXES = (".svg", ".png", ".pdf")
 
 
-def _ridges(axes: Axes, orientation: "list[list[float | None]]") -> None:
+def _ridges(axes: Axes, orientation: list[list[float | None]]) -> None:
     """A line along the ridges in the middle of each block that has any."""
     half = 0.38 * BLOCK
     lines = []
@@ -52,7 +53,7 @@ def _ridges(axes: Axes, orientation: "list[list[float | None]]") -> None:
     axes.add_collection(LineCollection(lines, colors="0.8", linewidths=1, zorder=1))
 
 
-def _minutiae(axes: Axes, minutiae: "list[dict[str, Any]]", strong: "set[int]") -> None:
+def _minutiae(axes: Axes, minutiae: list[dict[str, Any]], strong: set[int]) -> None:
     """Those that are not strong are pale."""
     for index, each in enumerate(minutiae):
         color = "black" if index in strong else _PALE
@@ -66,7 +67,7 @@ def _minutiae(axes: Axes, minutiae: "list[dict[str, Any]]", strong: "set[int]") 
                   markersize=5, zorder=3)
 
 
-def _extent(template: "dict[str, Any]") -> "tuple[float, float, float, float]":
+def _extent(template: dict[str, Any]) -> tuple[float, float, float, float]:
     """Left, right, top, bottom of what is to be seen: the grid, or all minutiae."""
     orientation = template["orientation"]
     if orientation:
@@ -76,7 +77,7 @@ def _extent(template: "dict[str, Any]") -> "tuple[float, float, float, float]":
     return min(xs) - BLOCK, max(xs) + BLOCK, min(ys) - BLOCK, max(ys) + BLOCK
 
 
-def _template(axes: Axes, template: "dict[str, Any]", strong: "set[int]") -> None:
+def _template(axes: Axes, template: dict[str, Any], strong: set[int]) -> None:
     left, right, top, bottom = _extent(template)
     if template["orientation"]:
         _ridges(axes, template["orientation"])
@@ -88,7 +89,7 @@ def _template(axes: Axes, template: "dict[str, Any]", strong: "set[int]") -> Non
                    f"{len(template['minutiae'])} minutiae", fontsize=10)
 
 
-def _legend(figure: Figure, templates: "Sequence[dict[str, Any]]", paired: bool) -> None:
+def _legend(figure: Figure, templates: Sequence[dict[str, Any]], paired: bool) -> None:
     def mark(marker: str, fill: str, label: str, color: str = "black") -> Line2D:
         return Line2D([], [], marker=marker, color=color, markerfacecolor=fill, linestyle="",
                       markersize=5, label=label)
@@ -110,7 +111,7 @@ def _legend(figure: Figure, templates: "Sequence[dict[str, Any]]", paired: bool)
                   fontsize=8, handletextpad=0.4, columnspacing=1.2)
 
 
-def _size(templates: "Sequence[dict[str, Any]]") -> "tuple[float, float]":
+def _size(templates: Sequence[dict[str, Any]]) -> tuple[float, float]:
     """Of a figure with all templates at one scale, in inches."""
     extents = [_extent(each) for each in templates]
     width = sum(right - left for left, right, _, _ in extents)
@@ -118,7 +119,7 @@ def _size(templates: "Sequence[dict[str, Any]]") -> "tuple[float, float]":
     return max(6.0, width / 75), min(max(3.0, height / 75), 14) + 1.0
 
 
-def draw_one(template: "dict[str, Any]") -> Figure:
+def draw_one(template: dict[str, Any]) -> Figure:
     """A template as `explain` tells it."""
     figure = Figure(figsize=_size([template]), layout="constrained")
     _template(figure.subplots(), template, set(range(len(template["minutiae"]))))
@@ -126,7 +127,7 @@ def draw_one(template: "dict[str, Any]") -> Figure:
     return figure
 
 
-def _connect(figure: Figure, left: Axes, right: Axes, told: "dict[str, Any]") -> None:
+def _connect(figure: Figure, left: Axes, right: Axes, told: dict[str, Any]) -> None:
     """Numbers the mates and draws a line between them, dashed for the two seeds."""
     for number, pair in enumerate(told["firstPass"]["pairs"], 1):
         ends = []
@@ -141,7 +142,7 @@ def _connect(figure: Figure, left: Axes, right: Axes, told: "dict[str, Any]") ->
             alpha=0.9 if pair["seed"] else 0.6))
 
 
-def _story(told: "dict[str, Any]") -> str:
+def _story(told: dict[str, Any]) -> str:
     """The comparison in two lines."""
     first = told["firstPass"]
     score = f"score {told['score'] / 10000:.4f}"
@@ -155,7 +156,7 @@ def _story(told: "dict[str, Any]") -> str:
             f"probe turned by {turn}°, shifted by ({first['dx']}, {first['dy']}) pixels")
 
 
-def draw_pair(told: "dict[str, Any]") -> Figure:
+def draw_pair(told: dict[str, Any]) -> Figure:
     """Two templates and their comparison as `explain` tells it."""
     templates = [told["probe"], told["reference"]]
     widths = [right - left for left, right, _, _ in map(_extent, templates)]
@@ -171,7 +172,7 @@ def draw_pair(told: "dict[str, Any]") -> Figure:
     return figure
 
 
-def main(arguments: "Sequence[str] | None" = None) -> int:
+def main(arguments: Sequence[str] | None = None) -> int:
     parser = argparse.ArgumentParser(prog="python3 -m vxmkit.draw", description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter,
                                      epilog="Exit codes: 0 done, 2 error.")

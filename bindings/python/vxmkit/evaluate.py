@@ -20,6 +20,7 @@ import csv
 import json
 import sys
 from collections.abc import Sequence
+from concurrent.futures import BrokenExecutor
 from pathlib import Path
 
 try:
@@ -27,7 +28,9 @@ try:
     from .report import write_figures
     from .trials import Trials, run_trials
 except ModuleNotFoundError as missing:
-    sys.exit(f"vxmkit.evaluate: needs numpy, matplotlib and tqdm; no {missing.name} here")
+    print(f"vxmkit.evaluate: needs numpy, matplotlib and tqdm; no {missing.name} here",
+          file=sys.stderr)
+    sys.exit(2)
 from .constants import SCORE_SCALE, THRESHOLDS, TemplateType
 from .errors import LibraryNotFoundError
 from .impressions import Fault, FolderError, Impression, of_one_type, read_folder
@@ -38,7 +41,7 @@ _FIGURES = {"eer": "EER", "fmr100": "FMR100", "fmr1000": "FMR1000", "zero_fmr": 
 DONE, SOME_LEFT_OUT, FAILED, INTERRUPTED = 0, 1, 2, 130
 
 
-def _options(arguments: "Sequence[str] | None") -> argparse.Namespace:
+def _options(arguments: Sequence[str] | None) -> argparse.Namespace:
     parser = argparse.ArgumentParser(
         prog="python3 -m vxmkit.evaluate", description=__doc__,
         formatter_class=argparse.RawDescriptionHelpFormatter,
@@ -74,7 +77,7 @@ def _percent(rate: Rate) -> str:
     return f"{digits(rate.value)} ({digits(rate.low)} to {digits(rate.high)})"
 
 
-def _table(accuracies: "dict[str, Accuracy]") -> str:
+def _table(accuracies: dict[str, Accuracy]) -> str:
     """The figures in percent, a column for each protocol."""
     rows = [("", *accuracies),
             ("genuine, impostor pairs", *(f"{each.genuine}, {each.impostor}"
@@ -99,8 +102,8 @@ def _as_json(accuracy: Accuracy) -> dict:
     return found
 
 
-def _write_json(path: Path, options: argparse.Namespace, impressions: "Sequence[Impression]",
-                faults: "Sequence[Fault]", accuracies: "dict[str, Accuracy]") -> None:
+def _write_json(path: Path, options: argparse.Namespace, impressions: Sequence[Impression],
+                faults: Sequence[Fault], accuracies: dict[str, Accuracy]) -> None:
     results = {
         "type": impressions[0].type.name,
         "fingers": len({each.finger for each in impressions}),
@@ -112,7 +115,7 @@ def _write_json(path: Path, options: argparse.Namespace, impressions: "Sequence[
     path.write_text(json.dumps(results, indent=2) + "\n", encoding="utf-8")
 
 
-def _write_scores(path: Path, impressions: "Sequence[Impression]", trials: Trials) -> None:
+def _write_scores(path: Path, impressions: Sequence[Impression], trials: Trials) -> None:
     with path.open("w", newline="", encoding="utf-8") as file:
         writer = csv.writer(file, lineterminator="\n")
         writer.writerow(["probe", "candidate", "genuine", "fvc", "score"])
@@ -123,7 +126,7 @@ def _write_scores(path: Path, impressions: "Sequence[Impression]", trials: Trial
             zip(trials.probe, trials.candidate, trials.genuine, trials.fvc, trials.points))
 
 
-def _write_rates(path: Path, accuracies: "dict[str, Accuracy]") -> None:
+def _write_rates(path: Path, accuracies: dict[str, Accuracy]) -> None:
     with path.open("w", newline="", encoding="utf-8") as file:
         writer = csv.writer(file, lineterminator="\n")
         writer.writerow(["protocol", "threshold", "fmr", "fnmr"])
@@ -134,17 +137,17 @@ def _write_rates(path: Path, accuracies: "dict[str, Accuracy]") -> None:
 
 
 def _measured(options: argparse.Namespace, trials: Trials,
-              thresholds: "tuple[int, ...]") -> "dict[str, Accuracy]":
+              thresholds: tuple[int, ...]) -> dict[str, Accuracy]:
     chosen = {}
     if options.protocol != "fvc":
         chosen["all pairs"] = trials
     if options.protocol != "all":
         chosen["FVC"] = trials.of_fvc()
-    return {name: measure(each, thresholds, options.rounds, options.seed)
+    return {name: measure(each, thresholds, options.rounds, options.seed, not options.quiet)
             for name, each in chosen.items()}
 
 
-def _require_both_kinds(impressions: "Sequence[Impression]") -> None:
+def _require_both_kinds(impressions: Sequence[Impression]) -> None:
     fingers = {each.finger for each in impressions}
     if len(fingers) < 2:
         raise FolderError("templates of at least two fingers are needed; does the pattern fit?")
@@ -175,12 +178,15 @@ def _evaluate(options: argparse.Namespace) -> int:
     return SOME_LEFT_OUT if faults else DONE
 
 
-def main(arguments: "Sequence[str] | None" = None) -> int:
+def main(arguments: Sequence[str] | None = None) -> int:
     options = _options(arguments)
     try:
         return _evaluate(options)
     except (FolderError, LibraryNotFoundError, OSError, ValueError) as error:
         print(f"vxmkit.evaluate: {error}", file=sys.stderr)
+        return FAILED
+    except BrokenExecutor:
+        print("vxmkit.evaluate: a process ended early; is memory short?", file=sys.stderr)
         return FAILED
     except KeyboardInterrupt:
         print("vxmkit.evaluate: interrupted, nothing written", file=sys.stderr)

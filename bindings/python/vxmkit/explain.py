@@ -30,7 +30,7 @@ def _program() -> str:
     return found
 
 
-def explain(files: Sequence[Path]) -> "dict[str, Any]":
+def explain(files: Sequence[Path]) -> dict[str, Any]:
     """What `vxm-explain FILE [FILE] --json` prints, for one template or two."""
     program = _program()
     try:

@@ -3,7 +3,6 @@ from __future__ import annotations
 
 import ctypes
 from collections.abc import Iterable
-from typing import Optional
 
 
 class Gallery:
@@ -15,7 +14,7 @@ class Gallery:
     template, which `Matcher.identify` spends each time when it is given a list.
     """
 
-    def __init__(self, templates: Iterable[Optional[bytes]]) -> None:
+    def __init__(self, templates: Iterable[bytes | None]) -> None:
         kept = [None if template is None else bytes(template) for template in templates]
         self._templates = kept
         self._pointers = (ctypes.c_char_p * len(kept))(*kept)
@@ -24,5 +23,5 @@ class Gallery:
     def __len__(self) -> int:
         return len(self._templates)
 
-    def __getitem__(self, index: int) -> Optional[bytes]:
+    def __getitem__(self, index: int) -> bytes | None:
         return self._templates[index]

@@ -35,7 +35,7 @@ class FolderError(Exception):
     """Nothing in the folder can be used; the text says why."""
 
 
-def name_expression(pattern: str) -> "re.Pattern[str]":
+def name_expression(pattern: str) -> re.Pattern[str]:
     """The expression for a path without its suffix: {finger} and {impression} stand
     for any text, * for what does not matter. ValueError: not one of each."""
     parts = re.split(r"({finger}|{impression}|\*)", pattern)
@@ -46,7 +46,7 @@ def name_expression(pattern: str) -> "re.Pattern[str]":
     return re.compile("".join(meanings.get(part) or re.escape(part) for part in parts))
 
 
-def natural_order(text: str) -> "list[tuple[bool, int, str]]":
+def natural_order(text: str) -> list[tuple[bool, int, str]]:
     """A sort key by which 2 comes before 10."""
     return [(part.isdigit(), int(part) if part.isdigit() else 0, part)
             for part in re.split(r"([0-9]+)", text)]
@@ -62,7 +62,7 @@ def _fault_of(template: bytes) -> str:
     return ""
 
 
-def read_folder(folder: Path, pattern: str) -> "tuple[list[Impression], list[Fault]]":
+def read_folder(folder: Path, pattern: str) -> tuple[list[Impression], list[Fault]]:
     """All impressions, by finger and impression, and the files that are none. As many
     levels of folders are read as the pattern has slashes. OSError: no such folder."""
     expression = name_expression(pattern)
@@ -99,8 +99,8 @@ def read_folder(folder: Path, pattern: str) -> "tuple[list[Impression], list[Fau
     return impressions, faults
 
 
-def of_one_type(impressions: Iterable[Impression], wanted: "TemplateType | None",
-                ) -> "list[Impression]":
+def of_one_type(impressions: Iterable[Impression], wanted: TemplateType | None,
+                ) -> list[Impression]:
     """Those of the wanted type, or all when they are of one. FolderError: they are of
     several and none is wanted, or none is left."""
     counts: dict[TemplateType, int] = {}

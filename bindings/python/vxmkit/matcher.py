@@ -5,7 +5,6 @@ import ctypes
 import dataclasses
 import threading
 from collections.abc import Callable, Iterable, Iterator
-from typing import Optional, Union
 
 from .constants import SCORE_SCALE, SECURITY_LEVELS, Parameter, TemplateType, TextSize
 from .gallery import Gallery
@@ -55,10 +54,10 @@ class Matcher:
     def __init__(self, template_type: TemplateType = TemplateType.NATIVE, *,
                  security_level: int = 4, fast_mode: bool = True,
                  retry_turned: bool = False) -> None:
-        self._handle: Optional[ctypes.c_void_p] = None
+        self._handle: ctypes.c_void_p | None = None
         self._lock = threading.RLock()  # a matcher serves one thread at a time
         self._ending = threading.Lock()  # no abort reaches a handle being deleted
-        self._loaded_probe: Optional[object] = None  # whose probe IdentifyNext compares
+        self._loaded_probe: object | None = None  # whose probe IdentifyNext compares
         self._library = load()
         handle = ctypes.c_void_p()
         require_ok(self._library.VXM_Create(ctypes.byref(handle)), "making a matcher")
@@ -80,7 +79,7 @@ class Matcher:
             if handle is not None:
                 self._library.VXM_Delete(handle)
 
-    def __enter__(self) -> "Matcher":
+    def __enter__(self) -> Matcher:
         return self
 
     def __exit__(self, *unused: object) -> None:
@@ -211,8 +210,8 @@ class Matcher:
 
     # ---- One to many
 
-    def identify(self, probe: bytes, gallery: Union[Gallery, Iterable[Optional[bytes]]], *,
-                 timeout: Optional[float] = None, threads: int = 1) -> Optional[int]:
+    def identify(self, probe: bytes, gallery: Gallery | Iterable[bytes | None], *,
+                 timeout: float | None = None, threads: int = 1) -> int | None:
         """The index of a candidate that matches the probe, or None.
 
         Candidates are tried in the order of likeness to the probe, and the first
@@ -286,7 +285,7 @@ class Matcher:
             if self._handle is not None:
                 self._library.VXM_AbortIdentify(self._handle)
 
-    def matches(self, probe: bytes, candidates: Iterable[Optional[bytes]]) -> Iterator[int]:
+    def matches(self, probe: bytes, candidates: Iterable[bytes | None]) -> Iterator[int]:
         """Yields the indices of all candidates that match the probe, in their order,
         while it takes them one by one: they need never be in memory together.
 

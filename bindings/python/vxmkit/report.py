@@ -15,7 +15,7 @@ from .trials import Trials
 _LINES = (("-", "black"), ("--", "0.45"))
 
 
-def _det(accuracies: "dict[str, Accuracy]", title: str) -> Figure:
+def _det(accuracies: dict[str, Accuracy], title: str) -> Figure:
     """FNMR over FMR in percent, both logarithmic. Rates of 0 have no place there: a
     curve ends at its last threshold with errors of both kinds, and security levels
     without a false match stand at the left edge. They are of the first accuracy."""
@@ -49,7 +49,7 @@ def _det(accuracies: "dict[str, Accuracy]", title: str) -> Figure:
     return figure
 
 
-def _distribution(trials: Trials, thresholds: "tuple[int, ...]", title: str) -> Figure:
+def _distribution(trials: Trials, thresholds: tuple[int, ...], title: str) -> Figure:
     """Share of comparisons by score. The scale is linear up to the lowest threshold
     and logarithmic above it, where most of the decisions fall."""
     figure = Figure(figsize=(7, 4.2), layout="constrained")
@@ -81,8 +81,8 @@ def _distribution(trials: Trials, thresholds: "tuple[int, ...]", title: str) -> 
     return figure
 
 
-def write_figures(folder: Path, title: str, trials: Trials, accuracies: "dict[str, Accuracy]",
-                  thresholds: "tuple[int, ...]") -> None:
+def write_figures(folder: Path, title: str, trials: Trials, accuracies: dict[str, Accuracy],
+                  thresholds: tuple[int, ...]) -> None:
     """det and scores as SVG and PNG. At most two accuracies, by protocol."""
     for name, figure in (("det", _det(accuracies, title)),
                          ("scores", _distribution(trials, thresholds, title))):

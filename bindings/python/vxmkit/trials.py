@@ -35,7 +35,7 @@ class Trials:
     def genuine(self) -> np.ndarray:
         return self.probe_finger == self.candidate_finger
 
-    def of_fvc(self) -> "Trials":
+    def of_fvc(self) -> Trials:
         return Trials(*(getattr(self, field.name)[self.fvc]
                         for field in dataclasses.fields(self)))
 
@@ -62,10 +62,10 @@ class _Worker:
     """What a process keeps for its tasks."""
 
     matcher: Matcher
-    templates: "list[bytes]"
+    templates: list[bytes]
 
     @classmethod
-    def begin(cls, kind: TemplateType, templates: "list[bytes]") -> None:
+    def begin(cls, kind: TemplateType, templates: list[bytes]) -> None:
         signal.signal(signal.SIGINT, signal.SIG_IGN)  # the parent ends the work
         cls.matcher = Matcher(kind)
         cls.templates = templates
