@@ -4,8 +4,6 @@ import os
 import subprocess
 from pathlib import Path
 
-import pytest
-
 PROGRAM = os.environ["VXM_EXPLAIN"]
 KNOWN = Path(__file__).parents[1] / "data/known_answers.txt"
 

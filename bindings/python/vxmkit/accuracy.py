@@ -103,4 +103,5 @@ def measure(trials: Trials, thresholds: tuple[int, ...], rounds: int = 1000,
     count = len(thresholds)
     levels = tuple(LevelRates(number, threshold, fmr, fnmr) for number, threshold, fmr, fnmr in
                    zip(range(1, count + 1), thresholds, each[4:4 + count], each[4 + count:]))
-    return Accuracy(int(genuine.sum()), int((~genuine).sum()), rates, *each[:4], levels)
+    return Accuracy(int(genuine.sum()), int((~genuine).sum()), rates, each[0], each[1],
+                    each[2], each[3], levels)

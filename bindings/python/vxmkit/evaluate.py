@@ -92,8 +92,8 @@ def _table(accuracies: dict[str, Accuracy]) -> str:
                      for first, *cells in rows)
 
 
-def _as_json(accuracy: Accuracy) -> dict:
-    found = {"genuine": accuracy.genuine, "impostor": accuracy.impostor}
+def _as_json(accuracy: Accuracy) -> dict[str, object]:
+    found: dict[str, object] = {"genuine": accuracy.genuine, "impostor": accuracy.impostor}
     for field in _FIGURES:
         found[field] = getattr(accuracy, field)._asdict()
     found["levels"] = [{"level": each.level, "threshold": each.threshold,

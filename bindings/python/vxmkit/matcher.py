@@ -233,8 +233,7 @@ class Matcher:
         limit = 0 if timeout is None else max(1, round(timeout * 1000))
         if limit > _LONGEST_TIMEOUT or timeout is not None and timeout < 0:
             raise ValueError(f"a timeout of {timeout} seconds is out of range")
-        if not isinstance(gallery, Gallery):
-            gallery = Gallery(gallery)
+        candidates = gallery if isinstance(gallery, Gallery) else Gallery(gallery)
         probe = bytes(probe)
         index = ctypes.c_int(-1)
         name = "VXM_Identify" if threads == 1 else "VXM_IdentifyMT"
@@ -242,8 +241,8 @@ class Matcher:
         def search() -> None:
             with self._lock:
                 self._loaded_probe = None
-                self._call("identification", name, probe, len(probe), gallery._pointers,
-                           gallery._sizes, len(gallery), limit, ctypes.byref(index))
+                self._call("identification", name, probe, len(probe), candidates._pointers,
+                           candidates._sizes, len(candidates), limit, ctypes.byref(index))
 
         if threading.current_thread() is threading.main_thread():
             self._interruptibly(search)
