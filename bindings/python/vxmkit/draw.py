@@ -112,11 +112,13 @@ def _legend(figure: Figure, templates: Sequence[dict[str, Any]], paired: bool) -
 
 
 def _size(templates: Sequence[dict[str, Any]]) -> tuple[float, float]:
-    """Of a figure with all templates at one scale, in inches."""
+    """Of a figure with all templates at one scale, in inches: 75 pixels to the inch
+    unless that makes it large."""
     extents = [_extent(each) for each in templates]
     width = sum(right - left for left, right, _, _ in extents)
     height = max(bottom - top for _, _, top, bottom in extents)
-    return max(6.0, width / 75), min(max(3.0, height / 75), 14) + 1.0
+    scale = min(1 / 75, 16 / width, 14 / height)
+    return max(6.0, width * scale), max(3.0, height * scale) + 1.0
 
 
 def draw_one(template: dict[str, Any]) -> Figure:
