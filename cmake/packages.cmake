@@ -40,7 +40,7 @@ debian_package(library libvxmkit${PROJECT_VERSION_MAJOR} libs
 debian_package(development libvxmkit-dev libdevel
   "${PROJECT_DESCRIPTION} (header, CMake and pkg-config files)")
 debian_package(tools vxmkit-tools utils
-  "${PROJECT_DESCRIPTION} (program vxm)")
+  "${PROJECT_DESCRIPTION} (programs vxm and vxm-explain)")
 install(FILES ${PROJECT_SOURCE_DIR}/README.md
   DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvxmkit-dev COMPONENT development)
 include(CPack)

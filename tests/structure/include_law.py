@@ -67,6 +67,7 @@ LAWS = (
          HEADER), None, (NO_SYSTEM,)),
     Law("src/api/", ("src/", HEADER), None, (NO_SYSTEM,)),
     Law("apps/", ("apps/", HEADER)),
+    Law("apps/explain/", ("apps/", "src/")),
     Law("bindings/", ("bindings/", HEADER)),
     Law("fuzz/", ("fuzz/", "apps/synth/synth.h", HEADER)),
     Law("fuzz/fuzz_kernels.cpp", ("fuzz/", "src/engine/kernels/kernels.h")),

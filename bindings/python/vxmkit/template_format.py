@@ -1,0 +1,32 @@
+"""What the first bytes of a template tell: its format, and how long it is."""
+from __future__ import annotations
+
+from .constants import TemplateType
+
+# The data block that a turned standard record carries behind its minutiae.
+ATTRIBUTE_BLOCK = 7
+
+
+def _word(data: bytes, offset: int) -> int:
+    return int.from_bytes(data[offset:offset + 2].ljust(2, b"\0"), "big")
+
+
+def detect_type(template: bytes) -> TemplateType:
+    """The format that a template claims to be of. Any bytes that are no standard
+    record are taken for a native template, valid or not."""
+    if template[:4] != b"FMR\0":
+        return TemplateType.NATIVE
+    # The 2-byte record length of ANSI stands where ISO has the upper, zero half of
+    # its 4-byte one.
+    return TemplateType.ANSI378 if _word(template, 8) else TemplateType.ISO19794_2
+
+
+def body_size(template: bytes) -> int:
+    """Bytes up to the end of the map (native) or of the first view's last minutia."""
+    head = template[:30].ljust(30, b"\0")
+    kind = detect_type(template)
+    if kind is not TemplateType.NATIVE:
+        before = 28 if kind is TemplateType.ISO19794_2 else 30
+        return before + 6 * head[before - 1]
+    blocks = (head[2] & 63) * (head[3] & 63)
+    return 8 + head[1] * (head[0] & 7) + (blocks if head[2] & 0x80 else (blocks + 1) // 2)
