@@ -1,0 +1,104 @@
+"""PostgreSQL servers of a test's own: made in a folder below /tmp, reached by
+sockets in it alone, with the extension as a build made it, and gone at the end."""
+
+import contextlib
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+from collections.abc import Iterator
+from pathlib import Path
+
+import psycopg
+
+OWNER = "postgres"  # who runs the servers when root, whom they refuse, asks for them
+
+
+def as_owner(*options: str) -> list[str]:
+    if os.geteuid() != 0:
+        return ["setpriv", *options]
+    return ["setpriv", f"--reuid={OWNER}", f"--regid={OWNER}", "--clear-groups", *options]
+
+
+def configured(question: str) -> Path:
+    return Path(subprocess.check_output(["pg_config", question], text=True).strip())
+
+
+def wait_for_server(process: subprocess.Popen[bytes], dsn: str, log: Path) -> None:
+    for _ in range(300):
+        with contextlib.suppress(psycopg.OperationalError):
+            psycopg.connect(dsn).close()
+            return
+        if process.poll() is not None:
+            break
+        time.sleep(0.1)
+    sys.exit(f"private_cluster: a server did not start:\n{log.read_text()}")
+
+
+class Cluster:
+    """Some servers; `dsn(i)` leads to the i-th."""
+
+    def __init__(self, folder: Path, settings: dict[str, object]) -> None:
+        self.folder = folder
+        self.settings = settings
+        self.processes: list[subprocess.Popen[bytes]] = []
+
+    def dsn(self, server: int, database: str = "postgres") -> str:
+        return f"host={self.folder} port={5432 + server} user={OWNER} dbname={database}"
+
+    def connect(self, server: int = 0, database: str = "postgres") -> psycopg.Connection:
+        return psycopg.connect(self.dsn(server, database), autocommit=True)
+
+    def start(self, server: int) -> None:
+        data = self.folder / f"server{server}"
+        log = self.folder / f"server{server}.log"
+        options = {"listen_addresses": "", "unix_socket_directories": self.folder,
+                   "extension_destdir": self.folder / "stage", "fsync": "off", **self.settings}
+        # The servers end with this process, however it ends.
+        with log.open("ab") as output:
+            process = subprocess.Popen(
+                [*as_owner("--pdeathsig=QUIT"), configured("--bindir") / "postgres", "-D", data,
+                 "-p", str(5432 + server), *(f"-c{key}={value}" for key, value in options.items())],
+                env={**os.environ, "LD_LIBRARY_PATH": str(self.folder / "lib")},
+                cwd=self.folder, stdout=output, stderr=output)
+        self.processes[server:server + 1] = [process]
+        wait_for_server(process, self.dsn(server), log)
+
+    def stop(self, server: int) -> None:
+        self.processes[server].terminate()
+        self.processes[server].wait()
+
+    def stop_all(self) -> None:
+        for process in self.processes:
+            process.send_signal(3)  # QUIT: at once
+        for process in self.processes:
+            process.wait()
+
+
+@contextlib.contextmanager
+def private_cluster(build: Path, servers: int, **settings: object) -> Iterator[Cluster]:
+    """Runs servers with the extension of a build folder."""
+    # Sockets have short paths, and the servers' owner must be able to read this.
+    folder = Path(tempfile.mkdtemp(prefix="vxm-postgres-", dir="/tmp"))
+    cluster = Cluster(folder, settings)
+    try:
+        subprocess.run(["cmake", "--install", build, "--component", "postgres"], check=True,
+                       env={**os.environ, "DESTDIR": str(folder / "stage")}, stdout=subprocess.DEVNULL)
+        (folder / "lib").mkdir()
+        shutil.copy(build / "src" / "libvxmkit.so.3", folder / "lib")
+        if os.geteuid() == 0:
+            subprocess.run(["chown", "-R", f"{OWNER}:{OWNER}", folder], check=True)
+        subprocess.run([*as_owner(), configured("--bindir") / "initdb", "--auth=trust", "--no-sync",
+                        f"--username={OWNER}", "--encoding=UTF8", "--locale=C", folder / "server0"],
+                       check=True, cwd=folder, stdout=subprocess.DEVNULL)
+        for server in range(1, servers):
+            subprocess.run([*as_owner(), "cp", "-r", folder / "server0", folder / f"server{server}"],
+                           check=True)
+        for server in range(servers):
+            cluster.start(server)
+        yield cluster
+    finally:
+        cluster.stop_all()
+        shutil.rmtree(folder)
