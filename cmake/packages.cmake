@@ -1,5 +1,5 @@
 # Packages of a build, by cpack: for Debian the library, what development needs
-# and the program, one package each; for Windows all in one zip.
+# the program and the PostgreSQL extension, one package each; for Windows all in one zip.
 set(CPACK_PACKAGE_VENDOR "The VXMKIT team")
 set(CPACK_PACKAGE_CONTACT "The VXMKIT team")
 set(CPACK_PACKAGE_CHECKSUM SHA256)
@@ -23,6 +23,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 
+set(CPACK_COMPONENTS_ALL library development tools)
 set(sameVersion "libvxmkit${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
 function(debian_package component name section description)
   string(TOUPPER ${component} key)
@@ -41,6 +42,15 @@ debian_package(development libvxmkit-dev libdevel
   "${PROJECT_DESCRIPTION} (header, CMake and pkg-config files)")
 debian_package(tools vxmkit-tools utils
   "${PROJECT_DESCRIPTION} (program vxm)")
+if(VXM_BUILD_POSTGRES)
+  list(APPEND CPACK_COMPONENTS_ALL postgres)
+  set(server postgresql-${VXM_POSTGRES_MAJOR})
+  debian_package(postgres ${server}-vxmkit database
+    "${PROJECT_DESCRIPTION} (extension of PostgreSQL ${VXM_POSTGRES_MAJOR})")
+  string(APPEND CPACK_DEBIAN_POSTGRES_PACKAGE_DEPENDS ", ${server}")
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/large-galleries.md
+    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${server}-vxmkit COMPONENT postgres)
+endif()
 install(FILES ${PROJECT_SOURCE_DIR}/README.md
   DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvxmkit-dev COMPONENT development)
 include(CPack)

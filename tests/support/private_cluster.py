@@ -4,6 +4,7 @@ sockets in it alone, with the extension as a build made it, and gone at the end.
 import contextlib
 import os
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -24,17 +25,6 @@ def as_owner(*options: str) -> list[str]:
 
 def configured(question: str) -> Path:
     return Path(subprocess.check_output(["pg_config", question], text=True).strip())
-
-
-def wait_for_server(process: subprocess.Popen[bytes], dsn: str, log: Path) -> None:
-    for _ in range(300):
-        with contextlib.suppress(psycopg.OperationalError):
-            psycopg.connect(dsn).close()
-            return
-        if process.poll() is not None:
-            break
-        time.sleep(0.1)
-    sys.exit(f"private_cluster: a server did not start:\n{log.read_text()}")
 
 
 class Cluster:
@@ -64,15 +54,27 @@ class Cluster:
                 env={**os.environ, "LD_LIBRARY_PATH": str(self.folder / "lib")},
                 cwd=self.folder, stdout=output, stderr=output)
         self.processes[server:server + 1] = [process]
-        wait_for_server(process, self.dsn(server), log)
+        self.wait(server)
+
+    def wait(self, server: int) -> None:
+        """Until it takes connections."""
+        for _ in range(300):
+            with contextlib.suppress(psycopg.OperationalError):
+                self.connect(server).close()
+                return
+            if self.processes[server].poll() is not None:
+                break
+            time.sleep(0.1)
+        log = self.folder / f"server{server}.log"
+        sys.exit(f"private_cluster: a server takes no connections:\n{log.read_text()}")
 
     def stop(self, server: int) -> None:
-        self.processes[server].terminate()
+        self.processes[server].send_signal(signal.SIGINT)  # without waiting for sessions
         self.processes[server].wait()
 
     def stop_all(self) -> None:
         for process in self.processes:
-            process.send_signal(3)  # QUIT: at once
+            process.send_signal(signal.SIGQUIT)
         for process in self.processes:
             process.wait()
 
