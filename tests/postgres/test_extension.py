@@ -20,7 +20,7 @@ HERE = Path(__file__).resolve().parent
 ROOT = HERE.parents[1]
 sys.path.insert(0, str(HERE.parent / "support"))
 
-from private_cluster import Cluster, configured, private_cluster  # noqa: E402
+from private_cluster import Cluster, configured, private_cluster, staged  # noqa: E402
 
 build = Path(sys.argv.pop(1)).resolve()
 cluster: Cluster
@@ -62,7 +62,7 @@ def finger(name: str) -> bytes:
 def setUpModule() -> None:
     global cluster, folder
     folder = Path(unittest.enterModuleContext(tempfile.TemporaryDirectory()))
-    cluster = unittest.enterModuleContext(private_cluster(build, 3))
+    cluster = unittest.enterModuleContext(private_cluster(*staged(build), 3))
     vxm("synth", folder / "fingers", "--fingers", 6, "--impressions", 2, "--seed", 7,
         "--format", "all")
     vxm("rotate", folder / "fingers/001_1.vxt", folder / "fingers/turned.vxt")

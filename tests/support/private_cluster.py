@@ -79,26 +79,33 @@ class Cluster:
             process.wait()
 
 
+def staged(build: Path) -> tuple[Path, Path]:
+    """The extension of a build folder as installed, and where its library is."""
+    stage = build / "postgres_stage"
+    shutil.rmtree(stage, ignore_errors=True)
+    subprocess.run(["cmake", "--install", build, "--component", "postgres"], check=True,
+                   env={**os.environ, "DESTDIR": str(stage)}, stdout=subprocess.DEVNULL)
+    return stage, build / "src"
+
+
 @contextlib.contextmanager
-def private_cluster(build: Path, servers: int, **settings: object) -> Iterator[Cluster]:
-    """Runs servers with the extension of a build folder."""
+def private_cluster(tree: Path, libraries: Path, servers: int,
+                    **settings: object) -> Iterator[Cluster]:
+    """Runs servers with the extension that is installed below `tree`."""
     # Sockets have short paths, and the servers' owner must be able to read this.
     folder = Path(tempfile.mkdtemp(prefix="vxm-postgres-", dir="/tmp"))
     cluster = Cluster(folder, settings)
     try:
-        subprocess.run(["cmake", "--install", build, "--component", "postgres"], check=True,
-                       env={**os.environ, "DESTDIR": str(folder / "stage")}, stdout=subprocess.DEVNULL)
+        shutil.copytree(tree / "usr", folder / "stage/usr")
         (folder / "lib").mkdir()
-        shutil.copy(build / "src" / "libvxmkit.so.3", folder / "lib")
+        shutil.copy(libraries / "libvxmkit.so.3", folder / "lib")
         if os.geteuid() == 0:
             subprocess.run(["chown", "-R", f"{OWNER}:{OWNER}", folder], check=True)
-        subprocess.run([*as_owner(), configured("--bindir") / "initdb", "--auth=trust", "--no-sync",
-                        f"--username={OWNER}", "--encoding=UTF8", "--locale=C", folder / "server0"],
-                       check=True, cwd=folder, stdout=subprocess.DEVNULL)
-        for server in range(1, servers):
-            subprocess.run([*as_owner(), "cp", "-r", folder / "server0", folder / f"server{server}"],
-                           check=True)
+        initdb = configured("--bindir") / "initdb"
         for server in range(servers):
+            subprocess.run([*as_owner(), initdb, "--auth=trust", "--no-sync", f"--username={OWNER}",
+                            "--encoding=UTF8", "--locale=C", folder / f"server{server}"],
+                           check=True, cwd=folder, stdout=subprocess.DEVNULL)
             cluster.start(server)
         yield cluster
     finally:
