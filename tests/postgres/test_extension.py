@@ -105,9 +105,9 @@ class SeveralServers(unittest.TestCase):
         loaded = load(folder / "fingers", cluster.dsn(0, "gallery"))
         assert loaded.returncode == 0, loaded.stderr
 
-    def ask(self, title: str, probe: str) -> list[tuple]:
-        return self.front.execute(
-            documented(title, **{":probe": f"'\\x{finger(probe).hex()}'"})).fetchall()
+    def ask(self, title: str, probe: str, before: str = "") -> list[tuple]:
+        text = documented(title, **{":probe": f"'\\x{finger(probe).hex()}'"})
+        return self.front.execute(before + text).fetchall()
 
     def test_parts_hold_all(self) -> None:
         counts = [self.front.execute(f"SELECT count(*) FROM {part}").fetchone()[0]
@@ -115,10 +115,16 @@ class SeveralServers(unittest.TestCase):
         self.assertEqual(counts[0], 37)
         self.assertTrue(0 < counts[1] < 37 and counts[1] + counts[2] == 37, counts)
 
-    def test_predicate_is_sent_to_both_at_once(self) -> None:
-        plan = "\n".join(line for line, in self.ask("The plan", "001_1.vxt"))
-        self.assertEqual(plan.count("Async Foreign Scan"), 2, plan)
-        self.assertEqual(len(re.findall(r"Remote SQL: .*public\.vxm_matches\(", plan)), 2, plan)
+    def test_parts_are_asked_at_once(self) -> None:
+        explain = "EXPLAIN (VERBOSE, COSTS OFF) "
+        for title, function, before in (("The plan", "vxm_matches", ""),
+                                        ("The best three", "vxm_matches", explain),
+                                        ("By batches on all servers", "vxm_search", explain)):
+            with self.subTest(title=title):
+                plan = "\n".join(line for line, in self.ask(title, "001_1.vxt", before))
+                self.assertEqual(plan.count("Async Foreign Scan"), 2, plan)
+                sent = re.findall(rf"Remote SQL: .*public\.{function}\(", plan)
+                self.assertEqual(len(sent), 2, plan)
 
     def test_best_over_all_parts(self) -> None:
         self.assertEqual([name for name, _ in self.ask("The best three", "003_1.vxt")],
@@ -177,6 +183,13 @@ class OneServer(unittest.TestCase):
                     self.assertFalse(allowed)
                 finally:
                     self.session.execute("RESET ROLE")
+
+    def test_other_documented_statements(self) -> None:
+        load(folder / "fingers", self.dsn)
+        for title in ("Cores", "After a load", "Faulty templates of a table without the check",
+                      "After such a release"):
+            for statement in documented(title).split(";")[:-1]:
+                self.session.execute(statement)
 
     def test_loader_refuses_and_resumes(self) -> None:
         source = folder / "mixed"

@@ -26,6 +26,7 @@ SELECT count(*), count(*) FILTER (WHERE matches),
 FROM (SELECT * FROM answers ORDER BY candidate, md5(probe)) AS mixed;
 
 -- The batches find what the predicate finds, in workers, too.
+SET max_parallel_workers_per_gather = 2;
 SET parallel_setup_cost = 0;
 SET parallel_tuple_cost = 0;
 SET min_parallel_table_scan_size = 0;
