@@ -1,5 +1,6 @@
-# Packages of a build, by cpack: for Debian the library, what development needs
-# the program and the PostgreSQL extension, one package each; for Windows all in one zip.
+# Packages of a build, by cpack: for Debian the library, what development needs,
+# the program and the PostgreSQL extension, one package each; for Windows all in one
+# zip.
 set(CPACK_PACKAGE_VENDOR "The VXMKIT team")
 set(CPACK_PACKAGE_CONTACT "The VXMKIT team")
 set(CPACK_PACKAGE_CHECKSUM SHA256)
@@ -23,7 +24,6 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 
-set(CPACK_COMPONENTS_ALL library development tools)
 set(sameVersion "libvxmkit${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
 function(debian_package component name section description)
   string(TOUPPER ${component} key)
@@ -43,7 +43,6 @@ debian_package(development libvxmkit-dev libdevel
 debian_package(tools vxmkit-tools utils
   "${PROJECT_DESCRIPTION} (program vxm)")
 if(VXM_BUILD_POSTGRES)
-  list(APPEND CPACK_COMPONENTS_ALL postgres)
   set(server postgresql-${VXM_POSTGRES_MAJOR})
   debian_package(postgres ${server}-vxmkit database
     "${PROJECT_DESCRIPTION} (extension of PostgreSQL ${VXM_POSTGRES_MAJOR})")
