@@ -1,5 +1,6 @@
-# Packages of a build, by cpack: for Debian the library, what development needs
-# and the program, one package each; for Windows all in one zip.
+# Packages of a build, by cpack: for Debian the library, what development needs,
+# the program and the PostgreSQL extension, one package each; for Windows all in one
+# zip.
 set(CPACK_PACKAGE_VENDOR "The VXMKIT team")
 set(CPACK_PACKAGE_CONTACT "The VXMKIT team")
 set(CPACK_PACKAGE_CHECKSUM SHA256)
@@ -41,6 +42,14 @@ debian_package(development libvxmkit-dev libdevel
   "${PROJECT_DESCRIPTION} (header, CMake and pkg-config files)")
 debian_package(tools vxmkit-tools utils
   "${PROJECT_DESCRIPTION} (programs vxm and vxm-explain)")
+if(VXM_BUILD_POSTGRES)
+  set(server postgresql-${VXM_POSTGRES_MAJOR})
+  debian_package(postgres ${server}-vxmkit database
+    "${PROJECT_DESCRIPTION} (extension of PostgreSQL ${VXM_POSTGRES_MAJOR})")
+  string(APPEND CPACK_DEBIAN_POSTGRES_PACKAGE_DEPENDS ", ${server}")
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/large-galleries.md
+    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${server}-vxmkit COMPONENT postgres)
+endif()
 install(FILES ${PROJECT_SOURCE_DIR}/README.md
   DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvxmkit-dev COMPONENT development)
 include(CPack)

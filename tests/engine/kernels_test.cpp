@@ -89,7 +89,7 @@ TEST(KernelsTest, AllFormsAgree) {
     vxm::ForceKernels(vxm::scalarKernels.name);
     const Outcome scalar = Compare(*probe, *reference, native, *context);
     positive += scalar.score > 0 ? 1 : 0;
-    for (const char* form : {"avx2", "avx512"}) {
+    for (const char* form : {VXM_KERNEL_FORMS}) {
       SCOPED_TRACE(form);
       if (vxm::ForceKernels(form) != vxm::ForceOutcome::forced) continue;
       const Outcome fast = Compare(*probe, *reference, native, *context);

@@ -1,0 +1,213 @@
+#!/usr/bin/python3
+"""What a row costs in PostgreSQL, beside the library called directly.
+
+    bench/postgres_bench.py [BUILD] [--fingers N] [--copies N] [--rounds N]
+
+In a server of its own, with the extension of a build folder (default:
+build/release). Of each measurement the best round counts. What is done by one
+process is measured in the time that it was on a processor, which other work on the
+machine changes little; the parallel scans in time passed, so they want an idle
+machine.
+"""
+
+import argparse
+import ctypes
+import subprocess
+import sys
+import tempfile
+import time
+from collections.abc import Callable
+from pathlib import Path
+
+import psycopg
+
+ROOT = Path(__file__).resolve().parents[1]
+sys.path.insert(0, str(ROOT / "tests/support"))
+
+from private_cluster import Cluster, private_cluster, staged  # noqa: E402
+
+FORMATS = {"vxt": ("native", 2001), "iso": ("ISO", 2002), "ansi": ("ANSI", 2003)}
+LEVEL = 7  # finds nothing, so that the library goes through all candidates
+SECURITY_LEVEL = 302
+
+
+class Library:
+    """Identification of one probe among all templates, in one call."""
+
+    def __init__(self, build: Path) -> None:
+        self.library = ctypes.CDLL(str(build / "src/libvxmkit.so.3"))
+        self.matcher = ctypes.c_void_p()
+        assert self.library.VXM_Create(ctypes.byref(self.matcher)) == 0
+        level = ctypes.c_int(LEVEL)
+        assert self.library.VXM_SetParameter(self.matcher, SECURITY_LEVEL, ctypes.byref(level)) == 0
+
+    def search(self, kind: int, probe: bytes, templates: list[bytes]) -> Callable[[], None]:
+        count = len(templates)
+        pointers = (ctypes.c_char_p * count)(*templates)
+        sizes = (ctypes.c_int * count)(*map(len, templates))
+        found = ctypes.c_int()
+
+        def run() -> None:
+            self.library.VXM_SetTemplateType(self.matcher, kind)
+            status = self.library.VXM_Identify(self.matcher, probe, len(probe), pointers, sizes,
+                                               count, 0, ctypes.byref(found))
+            assert (status, found.value) == (0, -1), "the search ended early"
+
+        return run
+
+
+def processor_time(pid: int | str) -> float:
+    return int(Path(f"/proc/{pid}/schedstat").read_text().split()[0]) * 1e-9
+
+
+def best_times(rounds: int, clock: Callable[[], float],
+               runs: dict[str, Callable[[], object]]) -> dict[str, float]:
+    """Of all in turn, so that what disturbs one disturbs the others."""
+    times: dict[str, list[float]] = {name: [] for name in runs}
+    for _ in range(rounds):
+        for name, run in runs.items():
+            begin = clock()
+            run()
+            times[name].append(clock() - begin)
+    return {name: min(measured) for name, measured in times.items()}
+
+
+class Bench:
+    def __init__(self, session: psycopg.Connection, library: Library, rounds: int) -> None:
+        self.session = session
+        self.library = library
+        self.rounds = rounds
+
+    def query(self, text: str, probe: bytes) -> Callable[[], object]:
+        return lambda: self.session.execute(text, {"probe": probe}).fetchone()
+
+    def fill(self, table: str, templates: list[bytes], storage: str = "") -> None:
+        self.session.execute(f"CREATE TABLE {table} (id text, template bytea); {storage}")
+        with self.session.cursor().copy(f"COPY {table} FROM STDIN") as rows:
+            for number, template in enumerate(templates):
+                rows.write_row((str(number), template))
+        self.session.execute(f"VACUUM ANALYZE {table}")
+
+    def row_costs(self, table: str, kind: int, probe: bytes, templates: list[bytes]) -> None:
+        server = self.session.info.backend_pid
+        times = best_times(self.rounds, lambda: processor_time(server) + processor_time("self"), {
+            "library": self.library.search(kind, probe, templates),
+            **{name: self.query(f"SELECT {text} FROM {table}", probe) for name, text in {
+                "vxm_search": f"vxm_search(%(probe)b, id, template, {LEVEL}, false, true)",
+                "vxm_matches": f"count(*) FILTER (WHERE vxm_matches(%(probe)b, template, {LEVEL}))",
+                "vxm_score": "count(*) FILTER (WHERE vxm_score(%(probe)b, template) > 0.9)",
+                "vxm_valid": "count(*) FILTER (WHERE NOT vxm_valid(template))",
+                "vxm_info": "count(*) FILTER (WHERE (vxm_info(template)).minutiae < 0)",
+                "length": "count(*) FILTER (WHERE length(template) < 0)"}.items()}})
+        for name, seconds in times.items():
+            over = f"{seconds / times['library'] - 1:+8.1%}" if name != "library" else ""
+            print(f"  {name:14}{seconds / len(templates) * 1e6:8.2f} us{over}")
+
+    def storage_costs(self, probe: bytes, templates: list[bytes]) -> None:
+        """Of native templates that are longer than PostgreSQL leaves alone."""
+        large = [b"".join(templates[i:i + 8])[:3000] for i in range(len(templates) - 8)]
+        settings = {
+            "default": "",
+            "default, lz4": "ALTER TABLE {} ALTER template SET COMPRESSION lz4",
+            "EXTERNAL": "ALTER TABLE {} ALTER template SET STORAGE EXTERNAL",
+            "EXTERNAL, toast_tuple_target": "ALTER TABLE {} ALTER template SET STORAGE EXTERNAL; "
+                                            "ALTER TABLE {} SET (toast_tuple_target = 8160)"}
+        server = self.session.info.backend_pid
+        print(f"native, {len(large)} templates of 3000 bytes, by storage settings")
+        for number, (name, setting) in enumerate(settings.items()):
+            table = f"stored{number}"
+            self.fill(table, large, setting.format(table, table))
+            best = best_times(self.rounds, lambda: processor_time(server), {name: self.query(
+                f"SELECT count(*) FILTER (WHERE vxm_matches(%(probe)b, template, {LEVEL})) "
+                f"FROM {table}", probe)})
+            size, = self.session.execute(f"SELECT pg_table_size('{table}')").fetchone()
+            print(f"  {name:30}{best[name] / len(large) * 1e6:8.2f} us, "
+                  f"{size / len(large):.0f} bytes a row")
+            self.session.execute(f"DROP TABLE {table}")
+
+    def speed_up(self, table: str, probe: bytes) -> None:
+        text = f"SELECT vxm_search(%(probe)b, id, template, {LEVEL}, false, true) FROM {table}"
+
+        def with_workers(count: int) -> Callable[[], object]:
+            def run() -> None:
+                self.session.execute(f"SET max_parallel_workers_per_gather = {count}")
+                self.query(text, probe)()
+            return run
+
+        times = best_times(self.rounds * 3, time.perf_counter,
+                           {"1": with_workers(0), "2": with_workers(1)})
+        self.session.execute("SET max_parallel_workers_per_gather = 0")
+        print(f"  1 process {times['1']:.3f} s, 2 processes {times['2']:.3f} s: "
+              f"{times['1'] / times['2']:.2f} x")
+
+    def two_servers(self, cluster: Cluster, probe: bytes, templates: list[bytes]) -> None:
+        self.session.execute("CREATE EXTENSION postgres_fdw; "
+                             "CREATE TABLE whole (id text, template bytea) PARTITION BY HASH (id)")
+        for part in (0, 1):
+            with cluster.connect(1 + part) as remote:
+                remote.execute("CREATE EXTENSION vxmkit")
+                Bench(remote, self.library, 0).fill("part", templates)
+            self.session.execute(
+                f"CREATE SERVER s{part} FOREIGN DATA WRAPPER postgres_fdw OPTIONS (host "
+                f"'{cluster.folder}', port '{5433 + part}', dbname 'postgres', extensions 'vxmkit', "
+                f"async_capable 'true'); CREATE USER MAPPING FOR postgres SERVER s{part}; "
+                f"CREATE FOREIGN TABLE part{part} PARTITION OF whole FOR VALUES WITH (MODULUS 2, "
+                f"REMAINDER {part}) SERVER s{part} OPTIONS (table_name 'part')")
+        times = best_times(self.rounds * 3, time.perf_counter, {
+            table: self.query(
+                f"SELECT count(id) FROM {table} WHERE vxm_matches(%(probe)b, template, {LEVEL})", probe)
+            for table in ("part0", "whole")})
+        print(f"two servers with {len(templates)} native templates each\n  one {times['part0']:.3f} s, "
+              f"both {times['whole']:.3f} s: {2 * times['part0'] / times['whole']:.2f} x")
+
+
+def first_use(cluster: Cluster, probe: bytes) -> None:
+    def connect_and(text: str) -> Callable[[], None]:
+        def run() -> None:
+            with cluster.connect() as session:
+                session.execute(text, {"probe": probe})
+        return run
+
+    times = best_times(20, time.perf_counter, {
+        "connect": connect_and("SELECT %(probe)b"), "use": connect_and("SELECT vxm_valid(%(probe)b)")})
+    print(f"first use in a session: {(times['use'] - times['connect']) * 1e3:.1f} ms")
+
+
+def main() -> None:
+    parser = argparse.ArgumentParser(description=__doc__.split("\n", 1)[0])
+    parser.add_argument("build", nargs="?", type=Path, default=ROOT / "build/release")
+    parser.add_argument("--fingers", type=int, default=10000)
+    parser.add_argument("--copies", type=int, default=10, help="of each template in a table")
+    parser.add_argument("--rounds", type=int, default=5)
+    options = parser.parse_args()
+    with tempfile.TemporaryDirectory() as name, \
+            private_cluster(*staged(options.build), 3, shared_buffers="1GB", jit="off",
+                            max_parallel_workers_per_gather=0) as cluster:
+        folder = Path(name)
+        for target, fingers, seed in (("gallery", options.fingers, 7), ("probes", 1, 8)):
+            subprocess.run([options.build / "apps/vxm/vxm", "synth", folder / target, "--fingers",
+                            str(fingers), "--impressions", "1", "--seed", str(seed), "--format",
+                            "all"], check=True, stdout=subprocess.DEVNULL)
+        with cluster.connect() as session:
+            session.execute("CREATE EXTENSION vxmkit")
+            bench = Bench(session, Library(options.build), options.rounds)
+            for extension, (title, kind) in FORMATS.items():
+                files = sorted((folder / "gallery").glob(f"*.{extension}"))
+                # Copies, or the library would find in its cache what a server has not.
+                templates = [bytes(bytearray(file.read_bytes()))
+                             for _ in range(options.copies) for file in files]
+                probe = next((folder / "probes").glob(f"*.{extension}")).read_bytes()
+                mean = sum(map(len, templates)) // len(templates)
+                print(f"{title}, {len(templates)} templates of {mean} bytes on average")
+                bench.fill(extension, templates, f"ALTER TABLE {extension} SET (parallel_workers = 1)")
+                bench.row_costs(extension, kind, probe, templates)
+                bench.speed_up(extension, probe)
+                session.execute(f"DROP TABLE {extension}")
+                if extension == "vxt":
+                    bench.storage_costs(probe, templates[:options.fingers])
+                    bench.two_servers(cluster, probe, templates)
+                    first_use(cluster, probe)
+
+
+if __name__ == "__main__":
+    main()

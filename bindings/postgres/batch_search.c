@@ -1,0 +1,165 @@
+/* vxm_search: the ids of all candidates that match a probe, an aggregate.
+
+   Candidates are gathered and handed to VXM_Identify by batches, which prepares
+   the probe once a batch: for standard records that is cheaper than one at a time.
+   VXM_Identify ends at its first match, so a batch with a match is searched again
+   without it until nothing is found; matches are rare.
+
+   In a parallel scan each worker gathers for itself; what goes from it to the
+   leader (serialize, combine) are the ids found. */
+#include <postgres.h>
+
+#include <catalog/pg_type.h>
+#include <libpq/pqformat.h>
+#include <miscadmin.h>
+#include <utils/array.h>
+#include <utils/builtins.h>
+#include <utils/memutils.h>
+
+#include "search_probe.h"
+
+PG_FUNCTION_INFO_V1(vxm_search_step);
+PG_FUNCTION_INFO_V1(vxm_search_combine);
+PG_FUNCTION_INFO_V1(vxm_search_serialize);
+PG_FUNCTION_INFO_V1(vxm_search_deserialize);
+PG_FUNCTION_INFO_V1(vxm_search_result);
+
+/* Enough to make the probe's share small; a cancelled query waits for one batch. */
+#define BATCH_SIZE 128
+
+typedef struct BatchSearch {
+  Search search;
+  MemoryContext context;      /* of this and of all that lasts */
+  MemoryContext batchContext; /* of the candidates gathered */
+  int count;
+  text* ids[BATCH_SIZE];
+  const unsigned char* templates[BATCH_SIZE];
+  int sizes[BATCH_SIZE];
+  ArrayBuildState* found; /* null before the first */
+} BatchSearch;
+
+static MemoryContext ContextOfAggregate(FunctionCallInfo fcinfo) {
+  MemoryContext context;
+  if (!AggCheckCallContext(fcinfo, &context)) {
+    elog(ERROR, "a step of vxm_search was called on its own");
+  }
+  return context;
+}
+
+static BatchSearch* NewBatchSearch(MemoryContext context) {
+  BatchSearch* batch = MemoryContextAllocZero(context, sizeof *batch);
+  batch->context = context;
+  batch->batchContext = AllocSetContextCreate(context, "vxm_search batch", ALLOCSET_DEFAULT_SIZES);
+  return batch;
+}
+
+static BatchSearch* StateArgument(FunctionCallInfo fcinfo, int number) {
+  return PG_ARGISNULL(number) ? NULL : (BatchSearch*)PG_GETARG_POINTER(number);
+}
+
+static void AddFound(BatchSearch* batch, Datum id) {
+  batch->found = accumArrayResult(batch->found, id, false, TEXTOID, batch->context);
+}
+
+/* Searches what is gathered, and gathers anew. */
+static void SearchBatch(BatchSearch* batch) {
+  const Template* probe = &batch->search.probe;
+  int match = 0;
+  CHECK_FOR_INTERRUPTS();
+  while (batch->count > 0 && match >= 0) {
+    MatcherHandle matcher = TakeMatcher(probe->type, &batch->search.settings);
+    RequireOk(VXM_Identify(matcher, probe->bytes, probe->size, batch->templates, batch->sizes,
+                           batch->count, 0, &match));
+    if (match >= 0) {
+      const Template candidate = {batch->templates[match], batch->sizes[match], probe->type};
+      if (IsValid(&candidate)) AddFound(batch, PointerGetDatum(batch->ids[match]));
+      batch->templates[match] = NULL;
+    }
+  }
+  batch->count = 0;
+  MemoryContextReset(batch->batchContext);
+}
+
+/* (state, probe, id, candidate [, level, retry_turned, fast]); a row with a null
+   in it takes no part. */
+Datum vxm_search_step(PG_FUNCTION_ARGS) {
+  MemoryContext context = ContextOfAggregate(fcinfo);
+  BatchSearch* batch = StateArgument(fcinfo, 0);
+  Settings settings = defaultSettings;
+  const struct varlena* probe;
+  Template candidate;
+  if (batch == NULL) batch = NewBatchSearch(context);
+  for (int i = 1; i < PG_NARGS(); ++i) {
+    if (PG_ARGISNULL(i)) PG_RETURN_POINTER(batch);
+  }
+  if (PG_NARGS() > 4) settings = SettingsFromArguments(fcinfo, 4, true);
+  probe = (const struct varlena*)PG_GETARG_POINTER(1);
+  if (!IsOfSearch(&batch->search, probe, &settings)) {
+    SearchBatch(batch);
+    BeginSearch(&batch->search, context, probe, &settings);
+  }
+  candidate = TemplateFromDatum(PG_GETARG_DATUM(3));
+  if (candidate.type == batch->search.probe.type) {
+    const text* id = PG_GETARG_TEXT_PP(2);
+    batch->ids[batch->count] = CopyBytes(batch->batchContext, id, VARSIZE_ANY(id));
+    batch->templates[batch->count] =
+        CopyBytes(batch->batchContext, candidate.bytes, (Size)candidate.size);
+    batch->sizes[batch->count] = candidate.size;
+    if (++batch->count == BATCH_SIZE) SearchBatch(batch);
+  }
+  PG_RETURN_POINTER(batch);
+}
+
+Datum vxm_search_serialize(PG_FUNCTION_ARGS) {
+  BatchSearch* batch = StateArgument(fcinfo, 0);
+  StringInfoData message;
+  ContextOfAggregate(fcinfo);
+  SearchBatch(batch);
+  pq_begintypsend(&message);
+  for (int i = 0; batch->found != NULL && i < batch->found->nelems; ++i) {
+    const text* id = DatumGetTextPP(batch->found->dvalues[i]);
+    pq_sendint32(&message, (uint32)VARSIZE_ANY_EXHDR(id));
+    pq_sendbytes(&message, VARDATA_ANY(id), (int)VARSIZE_ANY_EXHDR(id));
+  }
+  PG_RETURN_BYTEA_P(pq_endtypsend(&message));
+}
+
+Datum vxm_search_deserialize(PG_FUNCTION_ARGS) {
+  bytea* bytes = PG_GETARG_BYTEA_PP(0);
+  BatchSearch* batch;
+  StringInfoData message;
+  ContextOfAggregate(fcinfo);
+  batch = NewBatchSearch(CurrentMemoryContext);
+  initStringInfo(&message);
+  appendBinaryStringInfo(&message, VARDATA_ANY(bytes), (int)VARSIZE_ANY_EXHDR(bytes));
+  while (message.cursor < message.len) {
+    const int size = (int)pq_getmsgint(&message, 4);
+    AddFound(batch,
+             PointerGetDatum(cstring_to_text_with_len(pq_getmsgbytes(&message, size), size)));
+  }
+  PG_RETURN_POINTER(batch);
+}
+
+Datum vxm_search_combine(PG_FUNCTION_ARGS) {
+  MemoryContext context = ContextOfAggregate(fcinfo);
+  BatchSearch* batch = StateArgument(fcinfo, 0);
+  BatchSearch* other = StateArgument(fcinfo, 1);
+  if (batch == NULL) batch = NewBatchSearch(context);
+  if (other != NULL) {
+    SearchBatch(other);
+    for (int i = 0; other->found != NULL && i < other->found->nelems; ++i) {
+      AddFound(batch, other->found->dvalues[i]);
+    }
+  }
+  PG_RETURN_POINTER(batch);
+}
+
+Datum vxm_search_result(PG_FUNCTION_ARGS) {
+  BatchSearch* batch = StateArgument(fcinfo, 0);
+  ContextOfAggregate(fcinfo);
+  if (batch != NULL) SearchBatch(batch);
+  if (batch == NULL || batch->found == NULL) {
+    PG_RETURN_ARRAYTYPE_P(construct_empty_array(TEXTOID));
+  }
+  PG_RETURN_DATUM(makeArrayResult(batch->found, CurrentMemoryContext));
+}

@@ -1,0 +1,25 @@
+/* What the one-to-many functions keep from row to row: a probe and how to compare
+   with it. */
+#ifndef VXM_SEARCH_PROBE_H
+#define VXM_SEARCH_PROBE_H
+
+#include "backend_matcher.h"
+
+typedef struct Search {
+  Settings settings;
+  Template probe;       /* valid; a copy */
+  const void* argument; /* what the probe was made of, as it came; null before the first */
+  uint64 ticket;        /* of the matcher that holds the probe */
+} Search;
+
+/* Whether a row asks for what the search holds. */
+extern bool IsOfSearch(const Search* search, const struct varlena* probe, const Settings* settings);
+
+/* Begins another search, its probe copied into the context. An invalid probe is an
+   error, and leaves the search as it was. */
+extern void BeginSearch(Search* search, MemoryContext context, const struct varlena* probe,
+                        const Settings* settings);
+
+extern void* CopyBytes(MemoryContext context, const void* bytes, Size size);
+
+#endif

@@ -1,0 +1,74 @@
+/* The formats are recognised and their headers read here, since the library
+   answers neither; whether a template is valid it answers itself (see
+   backend_matcher.c). */
+#include <postgres.h>
+
+#include "template_argument.h"
+
+#include <access/detoast.h>
+#include <vxmkit.h>
+
+/* Bytes beyond the end read as 0. */
+static int ByteAt(const Template* source, int offset) {
+  return offset < source->size ? source->bytes[offset] : 0;
+}
+
+static int WordAt(const Template* source, int offset) {
+  return ByteAt(source, offset) << 8 | ByteAt(source, offset + 1);
+}
+
+static int TypeOf(const Template* source) {
+  if (source->size < 4 || memcmp(source->bytes, "FMR", 4) != 0) return TEMPLATE_NATIVE;
+  /* The length of an ANSI record stands where an ISO record has the upper, zero
+     half of its own. */
+  return WordAt(source, 8) != 0 ? TEMPLATE_ANSI378 : TEMPLATE_ISO19794_2;
+}
+
+Template TemplateFromDatum(Datum datum) {
+  const Size size = toast_raw_datum_size(datum) - VARHDRSZ;
+  Template result = {NULL, (int)size, 0};
+  if (size <= MAX_TEMPLATE_SIZE) {
+    const struct varlena* value = PG_DETOAST_DATUM_PACKED(datum);
+    result.bytes = (const unsigned char*)VARDATA_ANY(value);
+    result.type = TypeOf(&result);
+  }
+  return result;
+}
+
+const char* FormatName(int type) {
+  switch (type) {
+    case TEMPLATE_ISO19794_2: return "ISO 19794-2";
+    case TEMPLATE_ANSI378: return "ANSI 378";
+    default: return "native";
+  }
+}
+
+/* Of a standard record: in the first extended data field or else in the header's
+   reserved byte. */
+static int StandardAttribute(const Template* source, int extended, int reservedByte) {
+  const int attributeField = 0x0144;
+  const int room = source->size - extended - 2;
+  const int blockSize = WordAt(source, extended);
+  const int fieldSize = WordAt(source, extended + 4);
+  const bool present = blockSize > 0 && blockSize <= room && fieldSize >= 5 && fieldSize <= room &&
+                       WordAt(source, extended + 2) == attributeField;
+  return ByteAt(source, present ? extended + 6 : reservedByte);
+}
+
+TemplateFacts ReadFacts(const Template* source) {
+  TemplateFacts facts;
+  if (source->type == TEMPLATE_NATIVE) {
+    facts.minutiae = ByteAt(source, 1);
+    facts.width = ByteAt(source, 2) & 63;
+    facts.height = ByteAt(source, 3) & 63;
+    facts.attribute = ByteAt(source, 4);
+  } else {
+    /* ANSI's header has two bytes more. */
+    const int shift = source->type == TEMPLATE_ANSI378 ? 2 : 0;
+    facts.minutiae = ByteAt(source, 27 + shift);
+    facts.width = WordAt(source, 14 + shift);
+    facts.height = WordAt(source, 16 + shift);
+    facts.attribute = StandardAttribute(source, 28 + shift + 6 * facts.minutiae, 23 + shift);
+  }
+  return facts;
+}

@@ -1,0 +1,38 @@
+/* Templates as the server hands them over, and what their bytes say. */
+#ifndef VXM_TEMPLATE_ARGUMENT_H
+#define VXM_TEMPLATE_ARGUMENT_H
+
+#include <postgres.h>
+
+#include <fmgr.h>
+#if PG_VERSION_NUM >= 160000
+#include <varatt.h>
+#endif
+
+typedef struct Template {
+  const unsigned char* bytes;
+  int size;
+  int type; /* TEMPLATE_..., by the first bytes; 0: too large for any */
+} Template;
+
+/* No format has more: a longer record is not recognisable as ISO, the others
+   count in two bytes or less. Anything larger is refused without being fetched. */
+#define MAX_TEMPLATE_SIZE 65535
+
+/* The template in an argument of a function, detoasted if it has to be. */
+extern Template TemplateFromDatum(Datum datum);
+
+/* "native", "ISO 19794-2", "ANSI 378". */
+extern const char* FormatName(int type);
+
+typedef struct TemplateFacts {
+  int minutiae;
+  int width; /* native: of the grid, in blocks; others: of the image, in pixels */
+  int height;
+  int attribute;
+} TemplateFacts;
+
+/* What the header of a valid template says. */
+extern TemplateFacts ReadFacts(const Template* source);
+
+#endif

@@ -1,0 +1,185 @@
+"""Copies templates into a table of PostgreSQL: the files of a folder, or a SQLite gallery.
+
+    python3 -m vxmkit.load SOURCE DSN [--table gallery]
+
+A file's id is its path below the folder. Of a SQLite gallery the table that has
+columns id and template is copied, with its notes where it has a column note.
+
+The table is made when it is not there. Rows go in by batches, each of them one
+transaction; ids that are in already are passed over, so a load that ended early
+goes on where it stopped when it is started again. Invalid templates are refused,
+named on standard error, and do not stop the rest.
+
+Exit codes: 0 all templates are in, 1 some were refused, 2 the load could not go on.
+"""
+
+import argparse
+import itertools
+import os
+import sqlite3
+import sys
+from collections.abc import Callable, Iterator
+from pathlib import Path
+from typing import NamedTuple
+
+import psycopg
+from psycopg import sql
+from tqdm import tqdm
+
+LARGEST_TEMPLATE = 65535
+
+CREATE = """CREATE TABLE {table} (
+  id text PRIMARY KEY,
+  template bytea NOT NULL CHECK (vxm_valid(template)),
+  note text)"""
+
+# Checked and stored in one statement: a batch is one question to the server.
+INSERT = """WITH incoming AS MATERIALIZED (
+  SELECT id, template, note, vxm_valid(template) AS valid
+  FROM unnest(%s::text[], %b::bytea[], %s::text[]) AS incoming (id, template, note)),
+inserted AS (
+  INSERT INTO {table} (id, template, note) SELECT id, template, note FROM incoming WHERE valid)
+SELECT id FROM incoming WHERE NOT valid"""
+
+
+class Failure(Exception):
+    """Ends the load; its text is for the user."""
+
+
+class Refusal(Exception):
+    """Of one template; its text is for the user."""
+
+
+class Entry(NamedTuple):
+    id: str
+    note: str | None
+    read: Callable[[], bytes]  # raises Refusal
+
+
+class Source(NamedTuple):
+    count: int
+    entries: Iterator[Entry]
+
+
+def read_file(path: Path) -> bytes:
+    try:
+        if path.stat().st_size > LARGEST_TEMPLATE:
+            raise Refusal(f"has more than {LARGEST_TEMPLATE} bytes")
+        return path.read_bytes()
+    except OSError as error:
+        raise Refusal(error.strerror) from error
+
+
+def folder_source(folder: Path) -> Source:
+    def stop(error: OSError) -> None:
+        raise Failure(f"{error.filename}: {error.strerror}") from error
+
+    names = sorted(os.path.relpath(os.path.join(parent, name), folder)
+                   for parent, _, files in os.walk(folder, onerror=stop) for name in files)
+    return Source(len(names), (Entry(name, None, lambda name=name: read_file(folder / name))
+                               for name in names))
+
+
+def stored_template(value: object) -> bytes:
+    if not isinstance(value, bytes):
+        raise Refusal("is not stored as bytes")
+    return value
+
+
+def sqlite_source(path: Path) -> Source:
+    gallery = sqlite3.connect(f"{path.resolve().as_uri()}?mode=ro", uri=True)
+    with_column = "SELECT name FROM pragma_table_info(tables.name) WHERE name ="
+    found = gallery.execute(
+        f"SELECT name, ({with_column} 'note') FROM sqlite_master AS tables WHERE type = 'table' "
+        f"AND EXISTS ({with_column} 'id') AND EXISTS ({with_column} 'template')").fetchall()
+    if len(found) != 1:
+        raise Failure(f"{path}: {len(found)} tables have columns id and template, not one")
+    table, note = found[0]
+    table = '"' + table.replace('"', '""') + '"'
+    count, = gallery.execute(f"SELECT count(*) FROM {table}").fetchone()
+    rows = gallery.execute(f"SELECT id, template, {note or 'NULL'} FROM {table} ORDER BY id")
+    return Source(count, (Entry(str(key), text, lambda value=value: stored_template(value))
+                          for key, value, text in rows))
+
+
+def open_source(path: Path) -> Source:
+    if path.is_dir():
+        return folder_source(path)
+    if path.is_file():
+        return sqlite_source(path)
+    raise Failure(f"{path}: neither a folder nor a file")
+
+
+def load_batch(server: psycopg.Connection, table: sql.Identifier, batch: list[Entry],
+               refuse: Callable[[str, str], None]) -> int:
+    """Stores what is valid and not there yet, and tells how many rows that were."""
+    known = {row[0] for row in server.execute(
+        sql.SQL("SELECT id FROM {table} WHERE id = ANY(%s)").format(table=table),
+        [[entry.id for entry in batch]])}
+    ids, templates, notes = [], [], []
+    for entry in batch:
+        if entry.id in known:
+            continue
+        try:
+            templates.append(entry.read())
+        except Refusal as refusal:
+            refuse(entry.id, str(refusal))
+            continue
+        ids.append(entry.id)
+        notes.append(entry.note)
+    invalid = server.execute(sql.SQL(INSERT).format(table=table), [ids, templates, notes]).fetchall()
+    for key, in invalid:
+        refuse(key, "is not a valid template")
+    return len(ids) - len(invalid)
+
+
+def load(source: Source, server: psycopg.Connection, table: sql.Identifier, batch_size: int) -> int:
+    """Loads all of a source; gives the number of templates refused."""
+    refused = added = 0
+
+    def refuse(key: str, why: str) -> None:
+        nonlocal refused
+        refused += 1
+        tqdm.write(f"{key}: {why}", file=sys.stderr)
+
+    # Asked first: a role that may only add rows may not even try to make tables.
+    known = server.execute("SELECT to_regclass(%s)", [table.as_string(server)]).fetchone()
+    if known == (None,):
+        server.execute(sql.SQL(CREATE).format(table=table))
+    with tqdm(total=source.count, unit=" templates", disable=None) as progress:
+        while batch := list(itertools.islice(source.entries, batch_size)):
+            with server.transaction():
+                added += load_batch(server, table, batch, refuse)
+            progress.update(len(batch))
+    print(f"{added} added, {source.count - added - refused} already there, {refused} refused")
+    return refused
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(
+        prog="vxmkit.load", description="Copy templates into a table of PostgreSQL.",
+        epilog="Exit codes: 0 all templates are in, 1 some were refused, 2 the load could not go on.")
+    parser.add_argument("source", type=Path, help="folder of template files, or SQLite gallery")
+    parser.add_argument("dsn", help="database to load into, such as 'host=db1 dbname=gallery'")
+    parser.add_argument("--table", default="gallery", help="[SCHEMA.]TABLE (default: gallery)")
+    parser.add_argument("--batch", type=int, default=1000, help="rows a transaction (default: 1000)")
+    options = parser.parse_args()
+    if options.batch < 1:
+        parser.error("--batch must be 1 or more")
+    try:
+        source = open_source(options.source)
+        with psycopg.connect(options.dsn, autocommit=True) as server:
+            table = sql.Identifier(*options.table.split("."))
+            return 1 if load(source, server, table, options.batch) else 0
+    except psycopg.errors.UndefinedFunction:
+        problem = "the database has no extension vxmkit: CREATE EXTENSION vxmkit"
+    except (Failure, psycopg.Error, sqlite3.Error, UnicodeError) as error:
+        problem = str(error).strip()
+    except KeyboardInterrupt:
+        problem = "interrupted; start again to go on"
+    print(f"vxmkit.load: {problem}", file=sys.stderr)
+    return 2
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,32 @@
+# Whether the extension of PostgreSQL is built: VXM_POSTGRES is ON, OFF, or AUTO,
+# which is ON where pg_config leads to the headers of a server that it serves.
+# Leaves the answer in VXM_BUILD_POSTGRES and the program in VXM_PG_CONFIG.
+set(VXM_POSTGRES AUTO CACHE STRING "Build the PostgreSQL extension: ON, OFF or AUTO")
+set_property(CACHE VXM_POSTGRES PROPERTY STRINGS AUTO ON OFF)
+set(VXM_BUILD_POSTGRES OFF)
+if(VXM_POSTGRES STREQUAL "AUTO" AND (NOT PROJECT_IS_TOP_LEVEL OR CMAKE_CROSSCOMPILING))
+  return()
+endif()
+if(NOT VXM_POSTGRES)
+  return()
+endif()
+
+find_program(VXM_PG_CONFIG pg_config DOC "pg_config of the server to build the extension for")
+set(problem "no pg_config")
+if(VXM_PG_CONFIG)
+  execute_process(COMMAND ${VXM_PG_CONFIG} --includedir-server
+    OUTPUT_VARIABLE serverHeaders OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+  execute_process(COMMAND ${VXM_PG_CONFIG} --version OUTPUT_VARIABLE serverVersion ERROR_QUIET)
+  string(REGEX MATCH "[0-9]+" VXM_POSTGRES_MAJOR "${serverVersion}")
+  set(problem "")
+  if(NOT EXISTS "${serverHeaders}/postgres.h")
+    set(problem "${VXM_PG_CONFIG} leads to no server headers")
+  elseif(VXM_POSTGRES_MAJOR LESS 15)
+    set(problem "the server is older than PostgreSQL 15")
+  endif()
+endif()
+if(NOT problem)
+  set(VXM_BUILD_POSTGRES ON)
+elseif(NOT VXM_POSTGRES STREQUAL "AUTO")
+  message(FATAL_ERROR "VXM_POSTGRES is set, but ${problem}")
+endif()

@@ -1,0 +1,109 @@
+-- Table fingers: 001_1 to 006_2 in all formats, as `vxm synth` makes them.
+\pset format unaligned
+\pset tuples_only
+CREATE FUNCTION finger(text) RETURNS bytea LANGUAGE sql STABLE
+AS 'SELECT template FROM fingers WHERE id = $1';
+\set probe 'finger(''001_1.vxt'')'
+\set same 'finger(''001_2.vxt'')'
+\set iso 'finger(''001_1.iso'')'
+\set ansi 'finger(''001_1.ansi'')'
+-- An ISO record with all its minutiae, but longer than its bytes by its own account.
+\set broken 'set_byte(finger(''001_2.iso''), 10, 4)'
+
+-- Answers.
+SELECT vxm_version() ~ '^VXMKIT_v3\.';
+SELECT a.id, b.id, vxm_score(a.template, b.template), vxm_verify(a.template, b.template) AS verified,
+  vxm_matches(a.template, b.template) AS matches
+FROM fingers a JOIN fingers b ON split_part(a.id, '.', 2) = split_part(b.id, '.', 2)
+WHERE a.id LIKE '001_1%' AND b.id ~ '^00[12]_2' ORDER BY 1, 2;
+SELECT id, (vxm_info(template)).* FROM fingers WHERE id LIKE '001_1%' ORDER BY 1;
+
+-- A probe gives the same answers whatever was asked before it.
+CREATE TABLE answers AS SELECT a.id AS probe, b.id AS candidate,
+  vxm_matches(a.template, b.template) AS matches FROM fingers a, fingers b;
+SELECT count(*), count(*) FILTER (WHERE matches),
+  count(*) FILTER (WHERE matches <> vxm_matches(finger(probe), finger(candidate)))
+FROM (SELECT * FROM answers ORDER BY candidate, md5(probe)) AS mixed;
+
+-- The batches find what the predicate finds, in workers, too.
+SET max_parallel_workers_per_gather = 2;
+SET parallel_setup_cost = 0;
+SET parallel_tuple_cost = 0;
+SET min_parallel_table_scan_size = 0;
+CREATE VIEW found AS SELECT a.id, array(SELECT unnest(vxm_search(a.template, b.id, b.template))
+  ORDER BY 1) AS ids FROM fingers a, fingers b GROUP BY a.id;
+SELECT count(*) FILTER (WHERE cardinality(ids) > 0), sum(cardinality(ids)), count(*) FILTER (WHERE ids <>
+  array(SELECT candidate FROM answers WHERE matches AND probe = id ORDER BY 1))
+FROM found;
+CREATE TABLE many AS SELECT n || f.id AS id, template FROM fingers f, generate_series(100, 199) n;
+ANALYZE many;
+PREPARE search(bytea) AS SELECT vxm_search($1, id, template, 4, false, true) FROM many;
+EXPLAIN (COSTS OFF) EXECUTE search('\x00');
+SELECT count(*), min(id), max(id) FROM
+  (SELECT unnest(vxm_search(:iso, id, template, 4, false, true)) AS id FROM many) AS found;
+SELECT vxm_search(:iso, id, CASE WHEN id LIKE '%.iso' THEN :broken ELSE template END) FROM fingers;
+SELECT vxm_search(p.template, c.id, c.template) FROM fingers c, fingers p
+WHERE p.id LIKE '002_1%' AND c.id LIKE '002_2%';
+SELECT vxm_search(:probe, NULL, template), vxm_search(NULL, id, template) FROM fingers;
+
+-- A turned probe, for which only the retry finds anything: from the library's own
+-- turn of 001_1.vxt.
+SELECT vxm_score(turned, same), vxm_verify(turned, same), vxm_verify(turned, same, 4, true),
+  vxm_matches(turned, same), vxm_matches(turned, same, 4, true),
+  vxm_matches(turned, same, retry_turned => true, fast => false)
+FROM (SELECT finger('turned.vxt') AS turned, finger('001_2.vxt') AS same) t;
+
+-- One call site with probes, levels and other functions in turn.
+SELECT level, vxm_matches(p.template, finger('003_2.vxt'), level) AS matches,
+  vxm_score(p.template, finger('003_2.vxt')) AS score
+FROM (VALUES ('003_1.vxt'), ('004_1.vxt')) v (id) JOIN fingers p USING (id),
+  generate_series(1, 7, 3) AS level ORDER BY v.id, level;
+
+-- Null in, null out.
+SELECT vxm_score(NULL, :probe) IS NULL, vxm_verify(:probe, :probe, NULL) IS NULL,
+  vxm_matches(:probe, NULL) IS NULL, vxm_valid(NULL) IS NULL, vxm_info(NULL) IS NULL;
+
+-- What is no template does not match, and is told by vxm_valid and vxm_info.
+SELECT name, vxm_valid(bytes), vxm_info(bytes) IS NULL AS unknown,
+  vxm_matches(:probe, bytes) AS native, vxm_matches(:iso, bytes) AS iso
+FROM (VALUES ('empty', ''::bytea), ('text', 'no template'), ('header', '\x4501818109005658'),
+  ('FMR', 'FMR'::bytea || '\x00'), ('cut', substr(:probe, 1, 600)), ('broken', :broken),
+  ('zeros', decode(repeat('00', 65535), 'hex')), ('huge', decode(repeat('00', 3000000), 'hex')))
+  t (name, bytes);
+
+-- Errors, each with its code.
+CREATE FUNCTION error_of(call text) RETURNS text LANGUAGE plpgsql AS $$
+DECLARE detail text;
+BEGIN
+  EXECUTE 'SELECT ' || call;
+  RETURN 'none';
+EXCEPTION WHEN OTHERS THEN
+  GET STACKED DIAGNOSTICS detail = PG_EXCEPTION_DETAIL;
+  RETURN concat_ws(': ', SQLSTATE, SQLERRM, nullif(detail, ''));
+END $$;
+CREATE TABLE broken AS SELECT :broken AS template, decode(repeat('00', 3000000), 'hex') AS huge;
+SELECT call, error_of(call) FROM unnest(ARRAY[
+  $$vxm_score(finger('001_1.vxt'), finger('001_1.iso'))$$,
+  $$vxm_verify(finger('001_1.ansi'), finger('001_1.iso'))$$,
+  $$vxm_score('', finger('001_1.iso'))$$,
+  $$vxm_verify(finger('001_1.iso'), template) FROM broken$$,
+  $$vxm_score(finger('001_1.iso'), huge) FROM broken$$,
+  $$count(*) FROM fingers WHERE vxm_matches('no template', template)$$,
+  $$vxm_matches(template, finger('001_1.iso')) FROM broken$$,
+  $$vxm_search('no template', id, template) FROM many$$,
+  $$vxm_matches(finger('001_1.vxt'), finger('001_1.vxt'), 0)$$,
+  $$vxm_verify(finger('001_1.vxt'), finger('001_1.vxt'), 8)$$]) AS call;
+
+-- Plans: workers take the predicate, and it is asked after what is cheaper.
+EXPLAIN (COSTS OFF) SELECT id FROM fingers
+WHERE vxm_score('\x00', template) > 0.5 AND vxm_matches('\x00', template) AND vxm_valid(template)
+  AND note = 'enrolled';
+SELECT proname, provolatile, proisstrict, proparallel FROM pg_proc
+WHERE proname LIKE 'vxm\_%' AND proname NOT LIKE 'vxm\_search%' ORDER BY 1;
+
+-- An upgrade keeps what depends on the functions.
+ALTER EXTENSION vxmkit UPDATE TO 'test';
+SELECT vxm_test();
+SELECT extversion FROM pg_extension WHERE extname = 'vxmkit';
+\set VERBOSITY sqlstate
+INSERT INTO fingers VALUES ('bad', 'no template');

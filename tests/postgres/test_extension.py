@@ -1,0 +1,317 @@
+"""The extension of PostgreSQL in servers of its own: its regression tests, a gallery
+over several servers as docs/large-galleries.md builds it, the loader, and faults.
+
+Run as: test_extension.py BUILD_FOLDER
+"""
+import os
+import re
+import sqlite3
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import unittest
+from pathlib import Path
+
+import psycopg
+
+HERE = Path(__file__).resolve().parent
+ROOT = HERE.parents[1]
+sys.path.insert(0, str(HERE.parent / "support"))
+
+from private_cluster import Cluster, configured, private_cluster, staged  # noqa: E402
+
+build = Path(sys.argv.pop(1)).resolve()
+cluster: Cluster
+folder: Path
+
+
+def vxm(*arguments: object) -> None:
+    subprocess.run([build / "apps/vxm/vxm", *map(str, arguments)], check=True,
+                   stdout=subprocess.DEVNULL)
+
+
+def load(*arguments: object) -> subprocess.CompletedProcess[str]:
+    return subprocess.run([sys.executable, "-m", "vxmkit.load", *map(str, arguments)],
+                          env={**os.environ, "PYTHONPATH": str(ROOT / "bindings/python")},
+                          capture_output=True, text=True, timeout=120)
+
+
+def new_database(name: str, server: int = 0) -> str:
+    with cluster.connect(server) as session:
+        session.execute(f"CREATE DATABASE {name}")
+    with cluster.connect(server, name) as session:
+        session.execute("CREATE EXTENSION vxmkit")
+    return cluster.dsn(server, name)
+
+
+def documented(title: str, **replaced: str) -> str:
+    """The SQL in docs/large-galleries.md that begins with a comment of this title."""
+    document = (ROOT / "docs/large-galleries.md").read_text(encoding="utf-8")
+    text, = re.findall(rf"^```sql\n-- {re.escape(title)}:\n(.*?)^```", document, re.M | re.S)
+    for word, value in replaced.items():
+        text = text.replace(word, value)
+    return text
+
+
+def finger(name: str) -> bytes:
+    return (folder / "fingers" / name).read_bytes()
+
+
+def setUpModule() -> None:
+    global cluster, folder
+    folder = Path(unittest.enterModuleContext(tempfile.TemporaryDirectory()))
+    cluster = unittest.enterModuleContext(private_cluster(*staged(build), 3))
+    vxm("synth", folder / "fingers", "--fingers", 6, "--impressions", 2, "--seed", 7,
+        "--format", "all")
+    vxm("rotate", folder / "fingers/001_1.vxt", folder / "fingers/turned.vxt")
+
+
+class Regression(unittest.TestCase):
+    def test_regression(self) -> None:
+        loaded = load(folder / "fingers", new_database("regress"), "--table", "fingers")
+        self.assertEqual(loaded.returncode, 0, loaded.stderr)
+        upgrade = configured("--sharedir").relative_to("/") / "extension/vxmkit--1.0--test.sql"
+        (cluster.folder / "stage" / upgrade).write_text(
+            "CREATE FUNCTION vxm_test() RETURNS integer LANGUAGE sql AS 'SELECT 1';\n")
+        run = subprocess.run(
+            [configured("--pgxs").parent.parent / "test/regress/pg_regress", "--use-existing",
+             f"--inputdir={HERE}", f"--outputdir={folder}", f"--bindir={configured('--bindir')}",
+             f"--host={cluster.folder}", "--port=5432", "--user=postgres", "--dbname=regress",
+             "vxmkit"], capture_output=True, text=True)
+        differences = folder / "regression.diffs"
+        self.assertEqual(run.returncode, 0,
+                         differences.read_text() if differences.exists() else run.stdout + run.stderr)
+
+
+class SeveralServers(unittest.TestCase):
+    """The gallery of the document: a front, two servers with parts."""
+
+    @classmethod
+    def setUpClass(cls) -> None:
+        cls.dsn = f"host={cluster.folder} user=postgres dbname=gallery"
+        for server in (1, 2):
+            with cluster.connect(server) as session:
+                session.execute("CREATE DATABASE gallery")
+            with cluster.connect(server, "gallery") as session:
+                session.execute(documented("A gallery"))
+        with cluster.connect() as session:
+            session.execute("CREATE DATABASE gallery")
+        cls.front = cls.enterClassContext(cluster.connect(0, "gallery"))
+        cls.front.execute(documented(
+            "On the front", **{f"host 'db{i}'": f"host '{cluster.folder}', port '{5433 + i}'"
+                               for i in (0, 1)}, **{"user 'front'": "user 'postgres'"}))
+        loaded = load(folder / "fingers", cluster.dsn(0, "gallery"))
+        assert loaded.returncode == 0, loaded.stderr
+
+    def ask(self, title: str, probe: str, before: str = "") -> list[tuple]:
+        text = documented(title, **{":probe": f"'\\x{finger(probe).hex()}'"})
+        return self.front.execute(before + text).fetchall()
+
+    def test_parts_hold_all(self) -> None:
+        counts = [self.front.execute(f"SELECT count(*) FROM {part}").fetchone()[0]
+                  for part in ("gallery", "gallery_0", "gallery_1")]
+        self.assertEqual(counts[0], 37)
+        self.assertTrue(0 < counts[1] < 37 and counts[1] + counts[2] == 37, counts)
+
+    def test_parts_are_asked_at_once(self) -> None:
+        explain = "EXPLAIN (VERBOSE, COSTS OFF) "
+        for title, function, before in (("The plan", "vxm_matches", ""),
+                                        ("The best three", "vxm_matches", explain),
+                                        ("By batches on all servers", "vxm_search", explain)):
+            with self.subTest(title=title):
+                plan = "\n".join(line for line, in self.ask(title, "001_1.vxt", before))
+                self.assertEqual(plan.count("Async Foreign Scan"), 2, plan)
+                sent = re.findall(rf"Remote SQL: .*public\.{function}\(", plan)
+                self.assertEqual(len(sent), 2, plan)
+
+    def test_best_over_all_parts(self) -> None:
+        self.assertEqual([name for name, _ in self.ask("The best three", "003_1.vxt")],
+                         ["003_1.vxt", "003_2.vxt"])
+
+    def test_batches_on_all_parts(self) -> None:
+        found = self.ask("By batches on all servers", "003_1.iso")
+        self.assertEqual(sorted(found), [("003_1.iso",), ("003_2.iso",)])
+
+    def test_going_on_without_a_server(self) -> None:
+        count = "SELECT count(*) FROM gallery WHERE vxm_matches(%s, template)"
+        cluster.stop(2)
+        with self.assertRaisesRegex(psycopg.errors.SqlclientUnableToEstablishSqlconnection,
+                                    'could not connect to server "shard1"'):
+            with cluster.connect(0, "gallery") as session:
+                session.execute(count, [finger("001_1.vxt")])
+        self.front.execute(documented("Going on without a server"))
+        self.assertEqual(len(self.front.execute("SELECT id FROM gallery").fetchall()),
+                         len(self.front.execute("SELECT id FROM gallery_0").fetchall()))
+        cluster.start(2)
+        self.front.execute(documented("When it is back"))
+        self.assertEqual(self.front.execute(count, [finger("001_1.vxt")]).fetchone(), (2,))
+
+
+class OneServer(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls) -> None:
+        with cluster.connect() as session:
+            session.execute("CREATE DATABASE one")
+        cls.dsn = cluster.dsn(0, "one")
+        cls.session = cls.enterClassContext(cluster.connect(0, "one"))
+        cls.session.execute(documented("A gallery"))
+
+    def setUp(self) -> None:
+        self.session.execute("TRUNCATE gallery")
+
+    def test_roles(self) -> None:
+        self.session.execute(documented("Roles"))
+        load(folder / "fingers", self.dsn)
+        search = "SELECT search_gallery(%s)"
+        for role, statement, allowed in (
+                ("gallery_match", search, True), ("gallery_match", "SELECT id FROM gallery", False),
+                ("gallery_enroll", "SELECT id FROM gallery", True),
+                ("gallery_enroll", "INSERT INTO gallery VALUES ('new', %s)", True),
+                ("gallery_enroll", "SELECT template FROM gallery", False),
+                ("gallery_enroll", search, False)):
+            with self.subTest(role=role, statement=statement):
+                self.session.execute(f"SET ROLE {role}")
+                try:
+                    rows = self.session.execute(
+                        statement, [finger("001_1.ansi")] if "%s" in statement else [])
+                    if statement == search:
+                        self.assertEqual(sorted(rows.fetchall()), [("001_1.ansi",), ("001_2.ansi",)])
+                    self.assertTrue(allowed)
+                except psycopg.errors.InsufficientPrivilege:
+                    self.assertFalse(allowed)
+                finally:
+                    self.session.execute("RESET ROLE")
+
+    def test_other_documented_statements(self) -> None:
+        load(folder / "fingers", self.dsn)
+        for title in ("Cores", "After a load", "Faulty templates of a table without the check",
+                      "After such a release"):
+            for statement in documented(title).split(";")[:-1]:
+                self.session.execute(statement)
+
+    def test_loader_refuses_and_resumes(self) -> None:
+        source = folder / "mixed"
+        (source / "below").mkdir(parents=True)
+        (source / "below/good.vxt").write_bytes(finger("001_1.vxt"))
+        (source / "cut.iso").write_bytes(finger("001_1.iso")[:-1])
+        (source / "large").write_bytes(bytes(70000))
+        (source / "gone").symlink_to("nowhere")
+        first = load(source, self.dsn)
+        self.assertEqual(first.returncode, 1)
+        self.assertEqual(first.stdout, "1 added, 0 already there, 3 refused\n")
+        self.assertEqual(sorted(first.stderr.splitlines()),
+                         ["cut.iso: is not a valid template", "gone: No such file or directory",
+                          "large: has more than 65535 bytes"])
+        (source / "a_new.ansi").write_bytes(finger("001_1.ansi"))
+        second = load(source, self.dsn, "--batch", 1)
+        self.assertEqual(second.stdout, "1 added, 1 already there, 3 refused\n")
+        self.assertEqual(
+            self.session.execute("SELECT id, (vxm_info(template)).format FROM gallery ORDER BY 1")
+            .fetchall(), [("a_new.ansi", "ANSI 378"), ("below/good.vxt", "native")])
+
+    def test_loader_reads_sqlite(self) -> None:
+        path = folder / "gallery.sqlite"
+        gallery = sqlite3.connect(path)
+        gallery.execute("CREATE TABLE enrolled (id, type INTEGER, template BLOB, note TEXT)")
+        gallery.executemany("INSERT INTO enrolled VALUES (?, 2001, ?, ?)", [
+            ("a", finger("001_1.vxt"), "left thumb"), (7, finger("001_2.vxt"), None),
+            ("b", b"", None), ("c", "text", None)])
+        gallery.commit()
+        loaded = load(path, self.dsn)
+        self.assertEqual(loaded.stdout, "2 added, 0 already there, 2 refused\n", loaded.stderr)
+        self.assertEqual(self.session.execute("SELECT id, note FROM gallery ORDER BY 1").fetchall(),
+                         [("7", None), ("a", "left thumb")])
+
+    def test_loader_failures(self) -> None:
+        for arguments, message in (
+                ((folder / "none", self.dsn), "neither a folder nor a file"),
+                ((folder / "fingers/001_1.iso", self.dsn), "file is not a database"),
+                ((folder / "fingers", self.dsn + "x"), 'database "onex" does not exist'),
+                ((folder / "fingers", cluster.dsn(0)), "CREATE EXTENSION vxmkit")):
+            with self.subTest(message=message):
+                failed = load(*arguments)
+                self.assertEqual(failed.returncode, 2)
+                self.assertRegex(failed.stderr, message)
+                self.assertNotIn("Traceback", failed.stderr)
+
+
+class Faults(unittest.TestCase):
+    """What ends a search must leave session and server as they were."""
+
+    # Hours of comparisons.
+    LONG = ("SELECT count(*) FROM fingers a, fingers b, generate_series(1, 1000000) AS n "
+            "WHERE vxm_matches(a.template, b.template, fast => n > 0)")
+    SHORT = "SELECT vxm_search(%s, id, template) FROM fingers"
+
+    @classmethod
+    def setUpClass(cls) -> None:
+        dsn = new_database("faults")
+        loaded = load(folder / "fingers", dsn, "--table", "fingers")
+        assert loaded.returncode == 0, loaded.stderr
+
+    def connect(self) -> psycopg.Connection:
+        return self.enterContext(cluster.connect(0, "faults"))
+
+    def check(self, session: psycopg.Connection) -> None:
+        found, = session.execute(self.SHORT, [finger("002_1.vxt")]).fetchone()
+        self.assertEqual(sorted(found), ["002_1.vxt", "002_2.vxt"])
+
+    def test_timeout_ends_a_scan(self) -> None:
+        session = self.connect()
+        session.execute("SET statement_timeout = 300")
+        with self.assertRaises(psycopg.errors.QueryCanceled):
+            session.execute(self.LONG)
+        session.execute("SET statement_timeout = 0")
+        self.check(session)
+
+    def test_ended_and_killed_backends(self) -> None:
+        for end in ("SELECT pg_terminate_backend(%s)", None):
+            with self.subTest(end=end):
+                session = self.connect()
+                pid = session.info.backend_pid
+                error: list[BaseException] = []
+
+                def search() -> None:
+                    try:
+                        session.execute(self.LONG)
+                    except psycopg.OperationalError as caught:
+                        error.append(caught)
+
+                thread = threading.Thread(target=search)
+                thread.start()
+                other = self.connect()
+                while not other.execute("SELECT 1 FROM pg_stat_activity WHERE pid = %s AND "
+                                        "state = 'active'", [pid]).fetchone():
+                    time.sleep(0.05)
+                if end:
+                    other.execute(end, [pid])
+                else:
+                    os.kill(pid, 9)
+                thread.join()
+                self.assertTrue(error)
+                cluster.wait(0)
+                self.check(self.connect())
+
+    def test_many_connections(self) -> None:
+        errors: list[BaseException] = []
+
+        def search() -> None:
+            try:
+                with cluster.connect(0, "faults") as session:
+                    for _ in range(5):
+                        self.check(session)
+            except BaseException as caught:  # noqa: BLE001: shown by the test
+                errors.append(caught)
+
+        threads = [threading.Thread(target=search) for _ in range(40)]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join()
+        self.assertEqual(errors, [])
+
+
+if __name__ == "__main__":
+    unittest.main()
