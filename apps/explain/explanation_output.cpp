@@ -88,7 +88,7 @@ Json TemplateJson(const LoadedFile& loaded) {
     if (native) minutia["quality"] = workspace.quality[i];
     minutiae.push_back(minutia);
   }
-  return {{"file", JsonText(loaded.file.path)},
+  return {{"file", loaded.file.name},
           {"format", NameOf(loaded.file.inspection.format)},
           {"minutiae", minutiae},
           {"orientation", native ? OrientationJson(workspace) : Json(nullptr)}};
@@ -106,7 +106,7 @@ Json ExplanationJson(const Explanation& told) {
 
 void PrintTemplate(const LoadedFile& loaded) {
   const vxm::MatchWorkspace& workspace = *loaded.workspace;
-  std::printf("%s: %s, %d minutiae in use\n", loaded.file.path.string().c_str(),
+  std::printf("%s: %s, %d minutiae in use\n", loaded.file.name.c_str(),
               NameOf(loaded.file.inspection.format), static_cast<int>(workspace.minutiaCount));
 }
 
