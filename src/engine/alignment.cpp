@@ -98,7 +98,7 @@ struct FitMemory {
 bool FitsBesideSeed(const EngineContext& context, FitMemory& memory, Correspondence c) {
   if (memory.asked[c.probe] != c.reference) {
     memory.asked[c.probe] = static_cast<int16_t>(c.reference);
-    memory.fits[c.probe] = FitsBeside(context, memory.seed, c);
+    memory.fits[c.probe] = KernelsFor(context).fitsBeside(context, memory.seed, c);
   }
   return memory.fits[c.probe];
 }
@@ -174,7 +174,7 @@ bool Align(const EngineContext& context, Correspondence first, Correspondence se
            Attempt& attempt) {
   const TemplateGeometry& probe = context.probeGeometry;
   if (DistanceOf(probe, first.probe, second.probe) < EngineParams::minSeedSeparation ||
-      !FitsBeside(context, first, second)) {
+      !KernelsFor(context).fitsBeside(context, first, second)) {
     return false;
   }
   const int theta = LineRotation(context, first, second) % 360;
@@ -192,26 +192,25 @@ int Overlap(int onReference, int onProbe, int matched) {
   return matched < manyPairings ? onReference + onProbe - matched : std::max(onReference, onProbe);
 }
 
-// What so many pairings, all at the largest weight and over the least overlap that
-// they can have, would score.
-int MostScore(const EngineContext& context, const Attempt& attempt, int pairings, int onReference,
-              int onProbe) {
+// The weight of so many pairings, all of the largest weight.
+int MostWeight(const EngineContext& context, const Attempt& attempt, int pairings) {
   const int weight = context.scale == Scale::native ? maxPairWeight : maxStandardPairWeight;
-  return MostSquareOver(WithSeedFactors(context, pairings * weight, attempt.first, attempt.second),
-                        Overlap(onReference, onProbe, pairings));
+  return WithSeedFactors(context, pairings * weight, attempt.first, attempt.second);
 }
 
-// How many pairings an alignment must have at least to beat the best so far. More
+// How many pairings an alignment must have at least to beat the best so far, over
+// the least overlap that they can have: each takes a minutia of either print. More
 // pairings never score less, so the search begins at the answer to the last.
 int PairingsNeeded(const EngineContext& context, const Attempt& attempt, int onReference,
                    int minOverlap, int bestScore, int guess) {
-  const auto beats = [&](int pairings) {
-    return MostScore(context, attempt, pairings, onReference, std::max(minOverlap, pairings)) >
-           bestScore;
+  const int one = MostWeight(context, attempt, 1);
+  const auto mayBeat = [&](int pairings) {
+    return MayBeat(pairings * one, Overlap(onReference, std::max(minOverlap, pairings), pairings),
+                   bestScore);
   };
   int needed = std::clamp(guess, 1, onReference + 1);
-  while (needed > 1 && beats(needed - 1)) needed--;
-  while (needed <= onReference && !beats(needed)) needed++;
+  while (needed > 1 && mayBeat(needed - 1)) needed--;
+  while (needed <= onReference && !mayBeat(needed)) needed++;
   return needed;
 }
 
@@ -235,8 +234,9 @@ int Try(EngineContext& context, FitMemory& memory, Attempt& attempt, int minOver
   const int onProbe =
       LayOn(kernels, reference, probe.area, Backward(attempt.theta, attempt.shift), {0, 0},
             attempt.first.reference, attempt.second.reference, attempt.onProbe, movedBack);
-  if (onProbe < minOverlap ||
-      MostScore(context, attempt, context.near.count, onReference, onProbe) <= result.score) {
+  const int most = context.near.count;
+  if (onProbe < minOverlap || !MayBeat(MostWeight(context, attempt, most),
+                                       Overlap(onReference, onProbe, most), result.score)) {
     return 0;
   }
 

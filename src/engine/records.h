@@ -25,6 +25,7 @@ constexpr int maxRow = maxMinutiae + 24;  // a multiple of 32
 // The place of the pair of two minutiae, i < j, in a table of all pairs; the
 // pairs of the first n minutiae are the first in it, whatever n.
 constexpr int PairPlace(int i, int j) { return j * (j - 1) / 2 + i; }
+constexpr int PairPlaceOf(int i, int j) { return i < j ? PairPlace(i, j) : PairPlace(j, i); }
 constexpr int PairCount(int minutiae) { return PairPlace(0, minutiae); }
 
 // Which of the two scales a comparison is scored on. Standard records have

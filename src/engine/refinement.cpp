@@ -104,8 +104,9 @@ int MostRefined(const EngineContext& context, const MatchResult& first) {
     if (weight < least[1])
       least[1] = std::max(weight, std::exchange(least[0], std::min(weight, least[0])));
   }
-  const int most = MostSquareOver(total - least[0] - least[1], first.overlap);
-  return most / ScoreNorm(context.probeGeometry.count, context.referenceGeometry.count) / 100;
+  const int64_t most = total - least[0] - least[1];
+  const int norm = ScoreNorm(context.probeGeometry.count, context.referenceGeometry.count);
+  return static_cast<int>(most * most / first.overlap / norm / 100);
 }
 
 void RefineAlignment(EngineContext& context, const MatchResult& first, MatchResult& second) {
@@ -125,7 +126,7 @@ void RefineAlignment(EngineContext& context, const MatchResult& first, MatchResu
       if (u == v || firstSeeds) continue;
       uint16_t& own = pairings.vectors.weight[v];
       const int bound = WithSeedFactors(context, most - own, a, b);
-      if (MostSquareOver(bound, first.overlap) <= best.score) continue;
+      if (!MayBeat(bound, first.overlap, best.score)) continue;
       const int theta = LineRotation(context, a, b) % 360;
       const Point shift = ShiftFor(theta, PointAt(probe, a.probe), PointAt(reference, a.reference));
       const uint16_t ownWeight = std::exchange(own, uint16_t{0});

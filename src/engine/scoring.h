@@ -24,13 +24,13 @@ inline uint16_t RotationOf(const EngineContext& context, Correspondence c) {
 }
 
 inline int DistanceOf(const TemplateGeometry& geometry, int i, int j) {
-  return i == j ? 0 : geometry.distance[PairPlace(std::min(i, j), std::max(i, j))];
+  return i == j ? 0 : geometry.distance[PairPlaceOf(i, j)];
 }
 
 // Direction of the line from i to j; backwards it is the table's, turned round.
 inline int LineAngle(const TemplateGeometry& geometry, int i, int j) {
   if (i == j) return 0;
-  const int angle = geometry.lineAngle[PairPlace(std::min(i, j), std::max(i, j))];
+  const int angle = geometry.lineAngle[PairPlaceOf(i, j)];
   if (i < j) return angle;
   return angle < 180 ? angle + 180 : angle - 180;
 }
@@ -91,11 +91,10 @@ inline int SquareOver(int weight, int divisor) {
   return weight <= 32767 ? weight * weight / divisor : weight / divisor * weight;
 }
 
-// The largest that weights up to this one can give: where the order of the
-// divisions changes, a larger weight gives a little less.
-inline int MostSquareOver(int weight, int divisor) {
-  const int most = SquareOver(weight, divisor);
-  return weight <= 32767 ? most : std::max(most, SquareOver(32767, divisor));
+// Whether a weight up to this one could score more than `best`. Dividing once, at
+// the end, gives the most, whatever the order above.
+inline bool MayBeat(int weight, int divisor, int best) {
+  return int64_t{weight} * weight >= (int64_t{best} + 1) * divisor;
 }
 
 // The weight of a set of pairings, less when a seed pairs two types.

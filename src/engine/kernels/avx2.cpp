@@ -500,10 +500,18 @@ void FindSmallest(const int32_t* keys, int count, int chosen, MinutiaBits& small
 
 }  // namespace
 
-const Kernels avx2Kernels = {"avx2",      FillPairTables,   CastVotes<HalfLanes, FullLanes>,
-                             RankSeeds,   FindPartners,     MoveOnto,
-                             ListNear,    avx2::SumHolding, avx2::CountBlocks,
-                             FindCrowded, FindSmallest};
+const Kernels avx2Kernels = {"avx2",
+                             FillPairTables,
+                             CastVotes<HalfLanes, FullLanes>,
+                             RankSeeds,
+                             FindPartners,
+                             FitsBesideByTurns,
+                             MoveOnto,
+                             ListNear,
+                             avx2::SumHolding,
+                             avx2::CountBlocks,
+                             FindCrowded,
+                             FindSmallest};
 
 }  // namespace vxm
 

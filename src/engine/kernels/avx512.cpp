@@ -515,10 +515,10 @@ void FindSmallest(const int32_t* keys, int count, int chosen, MinutiaBits& small
 
 }  // namespace
 
-const Kernels avx512Kernels = {"avx512",    FillPairTables,   CastVotes<HalfLanes, FullLanes>,
-                               RankSeeds,   FindPartners,     MoveOnto,
-                               ListNear,    avx2::SumHolding, avx2::CountBlocks,
-                               FindCrowded, FindSmallest};
+const Kernels avx512Kernels = {"avx512",          FillPairTables, CastVotes<HalfLanes, FullLanes>,
+                               RankSeeds,         FindPartners,   FitsBesideByTurns,
+                               MoveOnto,          ListNear,       avx2::SumHolding,
+                               avx2::CountBlocks, FindCrowded,    FindSmallest};
 
 }  // namespace vxm
 

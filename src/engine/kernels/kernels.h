@@ -81,6 +81,9 @@ struct Kernels {
   // all that fit, and maybe some that do not. Answers whether any may.
   bool (*findPartners)(const EngineContext& context, int place, int count, MinutiaBits& partners);
 
+  // Whether a correspondence fits beside a seed: as far away, and turned alike.
+  bool (*fitsBeside)(const EngineContext& context, Correspondence seed, Correspondence other);
+
   // Moves the minutiae by the motion and the shift, and tells which come to lie on
   // the area.
   void (*moveOnto)(const TemplateGeometry& geometry, const Area& area, const Motion& motion,

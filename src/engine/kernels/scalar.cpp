@@ -180,7 +180,7 @@ void FindSmallest(const int32_t* keys, int count, int chosen, MinutiaBits& small
 }  // namespace
 
 const Kernels scalarKernels = {"scalar",     FillPairTables, CastVotes,   RankSeeds,
-                               FindPartners, MoveOnto,       ListNear,    SumHolding,
-                               CountBlocks,  FindCrowded,    FindSmallest};
+                               FindPartners, FitsBeside,     MoveOnto,    ListNear,
+                               SumHolding,   CountBlocks,    FindCrowded, FindSmallest};
 
 }  // namespace vxm

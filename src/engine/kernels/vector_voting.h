@@ -1,5 +1,5 @@
-// Voting with vectors, for any width of them. Included where the code may use the
-// instructions that `Lanes` uses.
+// Voting with vectors, for any width of them, and tests in scaled turns. Included where
+// the code may use the instructions that `Lanes` uses.
 //
 // Idea: the probe's pairs of similar length lie side by side, and one byte of each
 // of their angles tells nearly all that cannot agree. So 64 pairs are tested at a
@@ -19,17 +19,53 @@
 
 namespace vxm {
 
+// The difference of quality from which two minutiae are no mates.
+inline int QualityFalloff(const EngineContext& context) {
+  constexpr int beyondAll = 256;
+  return context.scale == Scale::native ? EngineParams::qualityFalloff : beyondAll;
+}
+
+// Without a branch.
+inline bool QualitiesAgree(int a, int b, int falloff) {
+  return static_cast<unsigned>(a - b + falloff - 1) < static_cast<unsigned>(2 * falloff - 1);
+}
+
+// The direction of the line from i to j as a scaled turn.
+inline uint16_t LineTurn(const TemplateGeometry& geometry, int i, int j, int place) {
+  return static_cast<uint16_t>(ScaledTurn(geometry.lineAngle[place]) +
+                               (i < j ? 0 : ScaledTurn(180)));
+}
+
+// Whether a correspondence fits beside a seed, in scaled turns.
+static bool FitsBesideByTurns(const EngineContext& context, Correspondence seed,
+                              Correspondence other) {
+  if (seed.probe == other.probe || seed.reference == other.reference) return false;
+  const TemplateGeometry& probe = context.probeGeometry;
+  const TemplateGeometry& reference = context.referenceGeometry;
+  const int place = PairPlaceOf(seed.probe, other.probe);
+  const int matePlace = PairPlaceOf(seed.reference, other.reference);
+  if (!DistancesFit(probe.distance[place], reference.distance[matePlace])) return false;
+  constexpr int reach = ScaledReach(EngineParams::seedAngleTolerance);
+  const int line = LineTurn(reference, seed.reference, other.reference, matePlace) -
+                   LineTurn(probe, seed.probe, other.probe, place);
+  const int first = reference.turn[seed.reference] - probe.turn[seed.probe];
+  const int second = reference.turn[other.reference] - probe.turn[other.probe];
+  const int falloff = QualityFalloff(context);
+  const uint8_t* quality = probe.workspace->quality;
+  const uint8_t* mateQuality = reference.workspace->quality;
+  return TurnsAgree(line, 0, ScaledReach(EngineParams::lineTolerance)) &
+         TurnsAgree(first, line, reach) & TurnsAgree(second, line, reach) &
+         TurnsAgree(second, first, reach) &
+         QualitiesAgree(quality[seed.probe], mateQuality[seed.reference], falloff) &
+         QualitiesAgree(quality[other.probe], mateQuality[other.reference], falloff);
+}
+
 // Probe pairs from `start` on that may agree with the reference pair at `place`.
 struct Agreeing {
   uint64_t bits;
   uint16_t start;
   uint16_t place;
 };
-
-// Without a branch.
-inline bool QualitiesAgree(int a, int b, int falloff) {
-  return static_cast<unsigned>(a - b + falloff - 1) < static_cast<unsigned>(2 * falloff - 1);
-}
 
 // Votes for the listed pairs whose angles do agree. With t the rotation of the
 // line and a, b those of the minutiae, |t|, |a - t|, |b - t| and |b - a| must be
@@ -40,8 +76,7 @@ static void CountAgreeing(EngineContext& context, Agreeing* list, Agreeing* end,
   const int probeCount = context.probeGeometry.count;
   const uint8_t* probeQuality = context.probeGeometry.workspace->quality;
   const uint8_t* referenceQuality = reference.workspace->quality;
-  constexpr int any = 256;
-  const int falloff = context.scale == Scale::native ? EngineParams::qualityFalloff : any;
+  const int falloff = QualityFalloff(context);
   const int reach = ScaledReach(tolerance);
   while (end != list) {
     Agreeing* left = list;
