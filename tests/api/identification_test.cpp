@@ -254,7 +254,7 @@ TEST_F(IdentificationTest, TheWorkerDoesNotGoOnAlone) {
   const GuardedBuffer guarded(1);
   const Bytes probe = TouchOf(TEMPLATE_NATIVE, 1, 1);
   const Bytes impostor = TouchOf(TEMPLATE_NATIVE, 2, 1);
-  std::vector<Template> gallery(40000, impostor);
+  std::vector<Template> gallery(200000, impostor);
   // Too short for its attribute, so that it is the last and not looked at before.
   gallery.push_back({guarded.End(), 4});
   gallery.insert(gallery.begin(), impostor);
