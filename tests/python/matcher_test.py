@@ -20,7 +20,7 @@ def column(folder: Path, suffix: str, impression: int) -> list[bytes]:
 
 @pytest.fixture(scope="module")
 def endless(fingers: Path) -> tuple[bytes, Gallery]:
-    """A search without a match that takes seconds."""
+    """A search without a match that takes seconds, in normal mode anywhere."""
     first, *others = column(fingers, ".vxt", 1)
     return first, Gallery(others * 60_000)
 
@@ -126,7 +126,7 @@ def test_errors(fingers: Path) -> None:
 def test_early_ends(endless: tuple[bytes, Gallery], threads: int) -> None:
     """Time limit, abort from a thread, and Ctrl-C; the matcher serves on."""
     probe, gallery = endless
-    with Matcher() as matcher:
+    with Matcher(fast_mode=False) as matcher:
         with pytest.raises(vxmkit.MatchTimeoutError):
             matcher.identify(probe, gallery, timeout=0.05, threads=threads)
         for delay, end, error in (
@@ -163,7 +163,7 @@ def test_threads_share_a_matcher(fingers: Path) -> None:
 
 def test_close_waits_for_a_search(endless: tuple[bytes, Gallery]) -> None:
     probe, gallery = endless
-    matcher = Matcher()
+    matcher = Matcher(fast_mode=False)
     ended = []
 
     def search() -> None:
