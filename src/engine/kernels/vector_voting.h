@@ -5,6 +5,8 @@
 // of their angles tells nearly all that cannot agree. So 64 pairs are tested at a
 // time, and the few that are left are tested exactly.
 //
+// All functions are static: each form has its own, for its own instructions.
+//
 // Nothing branches on what is found, since that could not be foretold: words of
 // 64 pairs are listed when any is left, and the list is then gone through in
 // rounds that take one pair of each word, for most hold no more.
@@ -20,18 +22,18 @@
 namespace vxm {
 
 // The difference of quality from which two minutiae are no mates.
-inline int QualityFalloff(const EngineContext& context) {
+static int QualityFalloff(const EngineContext& context) {
   constexpr int beyondAll = 256;
   return context.scale == Scale::native ? EngineParams::qualityFalloff : beyondAll;
 }
 
 // Without a branch.
-inline bool QualitiesAgree(int a, int b, int falloff) {
+static bool QualitiesAgree(int a, int b, int falloff) {
   return static_cast<unsigned>(a - b + falloff - 1) < static_cast<unsigned>(2 * falloff - 1);
 }
 
 // The direction of the line from i to j as a scaled turn.
-inline uint16_t LineTurn(const TemplateGeometry& geometry, int i, int j, int place) {
+static uint16_t LineTurn(const TemplateGeometry& geometry, int i, int j, int place) {
   return static_cast<uint16_t>(ScaledTurn(geometry.lineAngle[place]) +
                                (i < j ? 0 : ScaledTurn(180)));
 }
