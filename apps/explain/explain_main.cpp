@@ -8,6 +8,7 @@
 #include "explanation_output.h"
 #include "failure.h"
 #include "templates/load.h"
+#include "terminal.h"
 
 namespace {
 
@@ -82,6 +83,7 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  SpeakUtf8();
   try {
     return Run(argc, argv);
   } catch (const std::exception& fault) {
