@@ -116,8 +116,6 @@ template <typename Lanes, bool wide>
 static void CastVotesOf(EngineContext& context, int lastPair, const MatchLimits& limits) {
   const TemplateGeometry& reference = context.referenceGeometry;
   const PairList& pairs = context.probePairs;
-  const uint16_t* begins = pairs.startAt - limits.distanceTolerance;
-  const uint16_t* ends = pairs.startAt + limits.distanceTolerance + 1;
   const Lanes lanes(CoarseReach(EngineParams::lineTolerance), CoarseReach(limits.angleTolerance));
   constexpr int room = 512;
   Agreeing list[room + maxPairs / 64 + 2];
@@ -126,8 +124,8 @@ static void CastVotesOf(EngineContext& context, int lastPair, const MatchLimits&
   for (int place = 0; place < count; place++) {
     const int length = reference.distance[place];
     if (length <= EngineParams::minPairDistance) continue;
-    const int end = std::min<int>(ends[length], lastPair);
-    int p = begins[length];
+    const int end = std::min<int>(pairs.startAt[length + limits.distanceTolerance + 1], lastPair);
+    int p = pairs.startAt[length - limits.distanceTolerance];
     do {
       const int left = std::max(wide ? std::min(end - p, 64) : end - p, 0);
       last->bits = _bzhi_u64(lanes.Agreeing(pairs.coarse, p, reference.coarse, place),
