@@ -49,7 +49,9 @@ static MemoryContext ContextOfAggregate(FunctionCallInfo fcinfo) {
 static BatchSearch* NewBatchSearch(MemoryContext context) {
   BatchSearch* batch = MemoryContextAllocZero(context, sizeof *batch);
   batch->context = context;
-  batch->batchContext = AllocSetContextCreate(context, "vxm_search batch", ALLOCSET_DEFAULT_SIZES);
+  /* Its first block, which a reset leaves, has room for most batches. */
+  batch->batchContext =
+      AllocSetContextCreate(context, "vxm_search batch", 0, 131072, ALLOCSET_DEFAULT_MAXSIZE);
   return batch;
 }
 
