@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "engine/numeric.h"
@@ -30,7 +31,8 @@ constexpr std::array<uint32_t, 1025> MakeLegRatios() {
   for (uint64_t k = 0; k <= 1024; k++) {
     const uint64_t square = (2048 * 2048 + (2 * k + 1) * (2 * k + 1)) << 6;
     while ((secant + 1) * (secant + 1) <= square) secant++;
-    table[k] = static_cast<uint32_t>(secant) << secantShift | atanTable[k];
+    const auto entry = static_cast<size_t>(k);
+    table[entry] = static_cast<uint32_t>(secant) << secantShift | atanTable[entry];
   }
   return table;
 }
@@ -62,8 +64,9 @@ constexpr ExtraLengths MakeExtraLengths() {
   for (uint64_t k = 0; k <= shortTable; k++) {
     uint64_t secant = last;
     while ((secant + 1) * (secant + 1) <= (shortTable * shortTable + k * k) << 20) secant++;
-    if (k < shortTable) table.extra[k] = static_cast<uint16_t>(secant - 65536);
-    if (k > 0) table.growth[k - 1] = static_cast<uint16_t>(secant - last);
+    const auto entry = static_cast<size_t>(k);
+    if (k < shortTable) table.extra[entry] = static_cast<uint16_t>(secant - 65536);
+    if (k > 0) table.growth[entry - 1] = static_cast<uint16_t>(secant - last);
     last = secant;
   }
   return table;
@@ -80,8 +83,8 @@ struct LegAngles {
 
 constexpr LegAngles MakeLegAngles() {
   LegAngles table = {};
-  for (int k = 0; k < shortTable; k++) {
-    int ratio = k == 0 ? 0 : 16 * k - 1;
+  for (size_t k = 0; k < shortTable; k++) {
+    size_t ratio = k == 0 ? 0 : 16 * k - 1;
     const int least = atanTable[ratio];
     while (ratio <= 1024 && atanTable[ratio] < least + 1) ratio++;
     table.least[k] = static_cast<uint16_t>(least);
