@@ -27,33 +27,30 @@ void RankMinutiae(const MatchWorkspace& source, const MinutiaBits& crowded, int3
   }
 }
 
-// The places of the `count` minutiae that say most, ascending.
-void ChooseMinutiae(const MatchWorkspace& source, int count, uint8_t* chosen) {
+// Finds the `count` minutiae that say most.
+void ChooseMinutiae(const MatchWorkspace& source, int count, MinutiaBits& chosen) {
   const Kernels& kernels = ActiveKernels();
-  MinutiaBits bits;
-  kernels.findCrowded(source, bits);
+  MinutiaBits crowded;
+  kernels.findCrowded(source, crowded);
   int32_t ranks[maxRow];
-  RankMinutiae(source, bits, ranks);
-  kernels.findSmallest(ranks, source.minutiaCount, count, bits);
-  int kept = 0;
-  for (int word = 0; word < WordsFor(source.minutiaCount); word++) {
-    for (uint64_t left = bits.words[word]; left != 0; left &= left - 1) {
-      chosen[kept++] = static_cast<uint8_t>(word * 64 + platform::LowestBit(left));
-    }
-  }
+  RankMinutiae(source, crowded, ranks);
+  kernels.findSmallest(ranks, source.minutiaCount, count, chosen);
 }
 
-void CopyMinutiae(const MatchWorkspace& source, MatchWorkspace& target, const uint8_t* chosen,
-                  int count) {
-  for (int k = 0; k < count; k++) {
-    const int i = chosen[k];
-    target.x[k] = source.x[i];
-    target.y[k] = source.y[i];
-    target.angle[k] = source.angle[i];
-    target.quality[k] = source.quality[i];
-    target.type[k] = source.type[i];
+void CopyMinutiae(const MatchWorkspace& source, MatchWorkspace& target, const MinutiaBits& chosen) {
+  int kept = 0;
+  for (int word = 0; word < WordsFor(source.minutiaCount); word++) {
+    for (uint64_t left = chosen.words[word]; left != 0; left &= left - 1) {
+      const int i = word * 64 + platform::LowestBit(left);
+      target.x[kept] = source.x[i];
+      target.y[kept] = source.y[i];
+      target.angle[kept] = source.angle[i];
+      target.quality[kept] = source.quality[i];
+      target.type[kept] = source.type[i];
+      kept++;
+    }
   }
-  target.minutiaCount = count;
+  target.minutiaCount = kept;
   target.gridWidth = source.gridWidth;
   target.gridHeight = source.gridHeight;
 }
@@ -99,9 +96,9 @@ void ReduceWorkspace(const MatchWorkspace& source, MatchWorkspace& target, int m
     CopyWorkspace(target, source);
     return;
   }
-  uint8_t chosen[maxMinutiae];
+  MinutiaBits chosen;
   ChooseMinutiae(source, maxCount, chosen);
-  CopyMinutiae(source, target, chosen, maxCount);
+  CopyMinutiae(source, target, chosen);
   CopyGridAround(source, target);
 }
 

@@ -24,10 +24,10 @@ constexpr SortableMinutia Sortable(int x, int y, int place, int angle, int type)
   return static_cast<uint64_t>(y) << 40 | static_cast<uint64_t>(x) << 24 |
          static_cast<uint64_t>(255 - place) << 16 | static_cast<uint64_t>(angle << 1 | type);
 }
-constexpr int XOf(SortableMinutia minutia) { return minutia >> 24 & 0xFFFF; }
+constexpr int XOf(SortableMinutia minutia) { return static_cast<int>(minutia >> 24 & 0xFFFF); }
 constexpr int YOf(SortableMinutia minutia) { return static_cast<int>(minutia >> 40); }
-constexpr int AngleOf(SortableMinutia minutia) { return minutia >> 1 & 0x1FF; }
-constexpr int TypeOf(SortableMinutia minutia) { return minutia & 1; }
+constexpr int AngleOf(SortableMinutia minutia) { return static_cast<int>(minutia >> 1 & 0x1FF); }
+constexpr int TypeOf(SortableMinutia minutia) { return static_cast<int>(minutia & 1); }
 
 // The engine's angle for each direction byte.
 using DirectionTable = std::array<uint16_t, 256>;

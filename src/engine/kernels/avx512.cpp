@@ -460,11 +460,10 @@ void ListNear(EngineContext& context, const Position* moved, const MinutiaBits& 
   const Box box = PairingBox(probe.area);
   const __m512i lower = Broadcast(box.minX, box.minY);
   const __m512i upper = Broadcast(box.maxX, box.maxY);
-  MinutiaBits inside;
+  MinutiaBits inside = {};
   for (int m = 0; m < probe.count; m += 16) {
     const uint64_t bits = static_cast<uint64_t>(Inside(Load(moved + m), lower, upper)) << (m % 64);
-    uint64_t& word = inside.words[m / 64];
-    word = (m % 64 == 0 ? 0 : word) | (bits & among.words[m / 64]);
+    inside.words[m / 64] |= bits & among.words[m / 64];
   }
   int count = 0;
   for (int word = 0; word < WordsFor(probe.count); word++) {
