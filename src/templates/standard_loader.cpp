@@ -44,12 +44,12 @@ constexpr DirectionTable ansiDirections = MakeDirections(DegreesFromAnsiDirectio
 // The minutiae inside the image, in scratch memory of a fixed size.
 struct Minutiae {
   SortableMinutia list[maxMinutiae];
-  int count = 0;
-  bool sorted = true;  // records often are
-  int minX = 1024;
-  int minY = 1024;
-  int maxX = 0;
-  int maxY = 0;
+  int count;
+  bool sorted;  // records often are
+  int minX;
+  int minY;
+  int maxX;
+  int maxY;
 };
 
 // Records beyond the size do not count.
@@ -57,26 +57,39 @@ void ReadMinutiae(const RecordLayout& layout, const StandardRecordFields& fields
                   const ByteReader& reader, Minutiae& minutiae) {
   const DirectionTable& directions =
       layout.format == TemplateFormat::iso ? isoDirections : ansiDirections;
-  const int count = std::min({fields.minutiaCount, layout.maxLoaded,
-                              reader.CountRecords(layout.minutiae, minutiaRecordSize)});
+  const int records = std::min({fields.minutiaCount, layout.maxLoaded,
+                                reader.CountRecords(layout.minutiae, minutiaRecordSize)});
+  const int width = fields.imageWidth;
+  const int height = std::min(fields.imageHeight, 0x8000);  // a larger y would be negative
+  int count = 0;
+  int minX = 1024;
+  int minY = 1024;
+  int maxX = 0;
+  int maxY = 0;
+  bool sorted = true;
   SortableMinutia last = 0;
-  for (int i = 0; i < count; i++) {
+  for (int i = 0; i < records; i++) {
     const uint8_t* record = reader.bytes + layout.minutiae + i * minutiaRecordSize;
     constexpr int bifurcation = 2;
     const int x = (record[0] & 0x3F) << 8 | record[1];
     const int y = record[2] << 8 | record[3];
-    // A y beyond 15 bits would be negative.
-    if (x >= fields.imageWidth || y >= std::min(fields.imageHeight, 0x8000)) continue;
+    if (x >= width || y >= height) continue;
     const SortableMinutia minutia =
         Sortable(x, y, i, directions[record[4]], record[0] >> 6 == bifurcation ? 1 : 0);
-    minutiae.sorted &= last <= minutia;
+    sorted &= last <= minutia;
     last = minutia;
-    minutiae.list[minutiae.count++] = minutia;
-    minutiae.minX = std::min(minutiae.minX, x);
-    minutiae.minY = std::min(minutiae.minY, y);
-    minutiae.maxX = std::max(minutiae.maxX, x);
-    minutiae.maxY = std::max(minutiae.maxY, y);
+    minutiae.list[count++] = minutia;
+    minX = std::min(minX, x);
+    minY = std::min(minY, y);
+    maxX = std::max(maxX, x);
+    maxY = std::max(maxY, y);
   }
+  minutiae.count = count;
+  minutiae.sorted = sorted;
+  minutiae.minX = minX;
+  minutiae.minY = minY;
+  minutiae.maxX = maxX;
+  minutiae.maxY = maxY;
 }
 
 // A range of blocks in one direction.
