@@ -43,7 +43,7 @@ void LoadBoth(const Pair& pair, Desk& desk) {
 
 // What fast identification does to a candidate.
 void Reduce(const Pair&, Desk& desk) {
-  vxm::ReduceWorkspace(desk.reference, desk.reduced, vxm::reducedMinutiae);
+  vxm::ReduceWorkspace(desk.reference, desk.reduced, vxm::reducedMinutiae, desk.context.scale);
 }
 
 void PrepareBoth(const Pair&, Desk& desk) {
@@ -60,7 +60,7 @@ void Vote(const Pair&, Desk& desk) { vxm::VotePairs(desk.context, vxm::verificat
 void Search(const Pair&, Desk& desk) {
   desk.result.score = 0;
   std::fill_n(desk.result.mate, desk.probe.minutiaCount, -1);
-  vxm::SearchAlignment(desk.context, desk.result);
+  vxm::SearchAlignment(desk.context, desk.result, 0);
 }
 
 // In the order in which they run.

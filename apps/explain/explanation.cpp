@@ -79,7 +79,7 @@ Explanation Explain(const vxm::MatchWorkspace& probe, const vxm::MatchWorkspace&
   told.seeds = ListSeeds(*context);
   first = {};
   std::fill_n(first.mate, probe.minutiaCount, -1);
-  SearchAlignment(*context, first);
+  SearchAlignment(*context, first, 0);
   if (first.score == 0) return told;
   told.overlap = first.overlap;
   told.first = TellPass(*context, first);

@@ -3,18 +3,14 @@
 // In: geometries and seeds. Out: the raw score of the best alignment, its
 // motion, its pairings, and the two seeds that gave it.
 // Idea: two correspondences fix a motion. The best-voted seeds are tried as the
-// first, all seeds with votes as the second; for each such attempt the probe's
-// minutiae are projected into the reference and paired greedily, and what is
-// paired is weighed against the minutiae that the two prints have in common.
-// Every pairing must also fit beside the first seed in distance and direction; the
-// answer is remembered for the next attempt with that seed. The winner is weighed
-// again: pairings whose neighbours are paired too count for more.
-// Cost: most attempts end at the first tests; the others cost one step per
-// minutia, in vectors, and one per pair of minutiae that meet.
+// first, all seeds with votes as the second. The winner is weighed again: pairings
+// whose neighbours are paired too count for more.
+// Where only scores from some number on matter, the search is first made with a bar
+// so low that whatever fails it cannot lead there. Nearly always nothing is left.
+// Cost: the attempts, which see to it that most of them end early.
 #include <algorithm>
-#include <cstdlib>
 
-#include "engine/scoring.h"
+#include "engine/attempt.h"
 #include "engine/stages.h"
 #include "platform/cpu.h"
 
@@ -23,6 +19,9 @@ namespace {
 
 // The score from which on no better alignment is looked for, times the norm.
 constexpr int goodEnough = 100000;
+
+// The most that a pairing's neighbours make it weigh, in 1024ths.
+constexpr int maxSupport = 1200;
 
 int MinOverlap(int probeCount, int referenceCount) {
   return (EngineParams::minOverlapPercent * std::min(probeCount, referenceCount) + 99) / 100;
@@ -49,109 +48,57 @@ Correspondence SeedAt(const EngineContext& context, int place) {
   return {context.seeds[place].seedProbe, context.seeds[place].seedMate};
 }
 
-// The ridge orientation that stands for a minutia: that of its block, or its
-// own direction where there is no grid.
-int LocalOrientation(const TemplateGeometry& geometry, int minutia) {
-  if (!geometry.area.hasRidges) return geometry.dir[minutia] % 180;
-  const Area& area = geometry.area;
-  const int column = geometry.position[minutia].x / blockSize;
-  const int row = geometry.position[minutia].y / blockSize;
-  // A turned minutia can lie one pixel beyond the grid.
-  if (column >= area.gridWidth || row >= area.gridHeight) return background;
-  return area.grid[row][column];
-}
-
-// The motion must carry the ridges under the second seed onto each other.
-bool RidgesAgree(const EngineContext& context, int theta, Correspondence second) {
-  int orientation =
-      (theta >= 180 ? theta - 180 : theta) + LocalOrientation(context.probeGeometry, second.probe);
-  if (orientation >= 180) orientation -= 180;
-  const int difference =
-      std::abs(orientation - LocalOrientation(context.referenceGeometry, second.reference));
-  return difference < EngineParams::orientationTolerance ||
-         difference > 180 - EngineParams::orientationTolerance;
-}
-
-// One alignment, and what it lays on what.
-struct Attempt {
-  Correspondence first;
-  Correspondence second;
-  int theta;
-  Point shift;
-  MinutiaBits onReference;  // probe minutiae
-  MinutiaBits onProbe;      // reference minutiae
-  Position moved[maxRow];   // where the probe minutiae come to lie
-  int matched;
-  int weight;
-  uint8_t mates[maxMinutiae][2];  // probe and reference minutiae that are paired
+// For each first seed the second ones that may stand beside it.
+struct Partners {
+  MinutiaBits any;  // first seeds that have some
+  MinutiaBits of[maxRow];
 };
 
-// What is known of correspondences beside the first seed: for each probe minutia
-// the last reference minutia that was asked about, and the answer.
-struct FitMemory {
-  Correspondence seed;
-  int needed;  // pairings of the last attempt to win
-  int16_t asked[maxMinutiae];
-  bool fits[maxMinutiae];
-};
-
-bool FitsBesideSeed(const EngineContext& context, FitMemory& memory, Correspondence c) {
-  if (memory.asked[c.probe] != c.reference) {
-    memory.asked[c.probe] = static_cast<int16_t>(c.reference);
-    memory.fits[c.probe] = KernelsFor(context).fitsBeside(context, memory.seed, c);
-  }
-  return memory.fits[c.probe];
-}
-
-// Finds the minutiae that the motion lays on the area, the excepted two left
-// out; answers how many.
-int LayOn(const Kernels& kernels, const TemplateGeometry& geometry, const Area& area,
-          const Motion& motion, Point shift, int except1, int except2, MinutiaBits& on,
-          Position* moved) {
-  kernels.moveOnto(geometry, area, motion, shift, on, moved);
-  on.Remove(except1);
-  on.Remove(except2);
-  int count = 0;
-  for (int word = 0; word < WordsFor(geometry.count); word++) {
-    count += platform::CountBits(on.words[word]);
-  }
-  return count;
-}
-
-int SquaredDistance(Position a, Position b) {
-  const int dx = a.x - b.x;
-  const int dy = a.y - b.y;
-  return dx * dx + dy * dy;
-}
-
-// Pairs each projected probe minutia with the nearest mate that is still free
-// and fits, the later of two at the same distance; lower probe indices first.
-void PairGreedily(const EngineContext& context, FitMemory& memory, Attempt& attempt) {
-  MinutiaBits unpaired = attempt.onProbe;
-  attempt.matched = 0;
-  attempt.weight = 0;
-  for (int k = 0; k < context.near.count; k++) {
-    const int m = context.near.probe[k];
-    int best = -1;
-    int bestDistance = EngineParams::pairingRadius2;
-    for (int word = 0; word < WordsFor(context.referenceGeometry.count); word++) {
-      uint64_t left = context.near.references[k].words[word] & unpaired.words[word];
-      for (; left != 0; left &= left - 1) {
-        const int n = word * 64 + platform::LowestBit(left);
-        const int distance =
-            SquaredDistance(attempt.moved[m], context.referenceGeometry.position[n]);
-        if (distance > bestDistance || !FitsBesideSeed(context, memory, {m, n})) continue;
-        best = n;
-        bestDistance = distance;
-      }
+// The tests are the same both ways round, so the fewer seeds ask the more.
+void ListPartners(const EngineContext& context, int firstCount, int secondCount,
+                  Partners& partners) {
+  const Kernels& kernels = KernelsFor(context);
+  partners.any = {};
+  if (firstCount <= secondCount) {
+    for (int s = 0; s < firstCount; s++) {
+      if (kernels.findPartners(context, s, secondCount, partners.of[s])) partners.any.Add(s);
     }
-    if (best < 0) continue;
-    unpaired.Remove(best);
-    attempt.mates[attempt.matched][0] = static_cast<uint8_t>(m);
-    attempt.mates[attempt.matched][1] = static_cast<uint8_t>(best);
-    attempt.matched++;
-    attempt.weight += PairWeight(context, {m, best});
+    return;
   }
+  std::fill_n(partners.of, firstCount, MinutiaBits{});
+  for (int k = 0; k < secondCount; k++) {
+    MinutiaBits firsts;
+    if (!kernels.findPartners(context, k, firstCount, firsts)) continue;
+    ForEachBit(firsts, firstCount, [&](int s) {
+      partners.any.Add(s);
+      partners.of[s].Add(k);
+      return true;
+    });
+  }
+}
+
+// Makes the attempts that two seeds give, in order. `take` is given each of them, with
+// the number of pairings of the best so far, which it updates; it answers whether to go
+// on.
+template <typename Take>
+void MakeAttempts(EngineContext& context, Take take) {
+  const int firstCount = CountSeeds(context, FirstSeedVotes(context));
+  const int secondCount = CountSeeds(context, 3);
+  Partners partners;
+  ListPartners(context, firstCount, secondCount, partners);
+  int bestMatched = 0;
+  ForEachBit(partners.any, firstCount, [&](int s) {
+    if (context.seeds[s].seedVotes <= bestMatched) return true;
+    FitMemory memory;
+    memory.needed = bestMatched;
+    memory.seed = SeedAt(context, s);
+    std::fill_n(memory.asked, context.probeGeometry.count, int16_t{-1});
+    return ForEachBit(partners.of[s], secondCount, [&](int k) {
+      Attempt attempt;
+      return !AlignSeeds(context, memory.seed, SeedAt(context, k), attempt) ||
+             take(memory, attempt, bestMatched);
+    });
+  });
 }
 
 void KeepAttempt(const EngineContext& context, const Attempt& attempt, int score, int overlap,
@@ -169,125 +116,58 @@ void KeepAttempt(const EngineContext& context, const Attempt& attempt, int score
   for (int k = 0; k < attempt.matched; k++) result.mate[attempt.mates[k][0]] = attempt.mates[k][1];
 }
 
-// The alignment that two seeds give, if they can stand together.
-bool Align(const EngineContext& context, Correspondence first, Correspondence second,
-           Attempt& attempt) {
-  const TemplateGeometry& probe = context.probeGeometry;
-  if (DistanceOf(probe, first.probe, second.probe) < EngineParams::minSeedSeparation ||
-      !KernelsFor(context).fitsBeside(context, first, second)) {
-    return false;
-  }
-  const int theta = LineRotation(context, first, second) % 360;
-  if (!RidgesAgree(context, theta, second)) return false;
-  attempt.first = first;
-  attempt.second = second;
-  attempt.theta = theta;
-  attempt.shift = ShiftFor(theta, PointAt(probe, first.probe),
-                           PointAt(context.referenceGeometry, first.reference));
-  return true;
-}
-
-int Overlap(int onReference, int onProbe, int matched) {
-  constexpr int manyPairings = 10;
-  return matched < manyPairings ? onReference + onProbe - matched : std::max(onReference, onProbe);
-}
-
-// The weight of so many pairings, all of the largest weight.
-int MostWeight(const EngineContext& context, const Attempt& attempt, int pairings) {
-  const int weight = context.scale == Scale::native ? maxPairWeight : maxStandardPairWeight;
-  return WithSeedFactors(context, pairings * weight, attempt.first, attempt.second);
-}
-
-// How many pairings an alignment must have at least to beat the best so far, over
-// the least overlap that they can have: each takes a minutia of either print. More
-// pairings never score less, so the search begins at the answer to the last.
-int PairingsNeeded(const EngineContext& context, const Attempt& attempt, int onReference,
-                   int minOverlap, int bestScore, int guess) {
-  const int one = MostWeight(context, attempt, 1);
-  const auto mayBeat = [&](int pairings) {
-    return MayBeat(pairings * one, Overlap(onReference, std::max(minOverlap, pairings), pairings),
-                   bestScore);
-  };
-  int needed = std::clamp(guess, 1, onReference + 1);
-  while (needed > 1 && mayBeat(needed - 1)) needed--;
-  while (needed <= onReference && !mayBeat(needed)) needed++;
-  return needed;
-}
-
-// Tries an alignment; answers the number of pairings when it is the best so far,
-// else 0.
-int Try(EngineContext& context, FitMemory& memory, Attempt& attempt, int minOverlap,
-        MatchResult& result) {
-  const TemplateGeometry& probe = context.probeGeometry;
-  const TemplateGeometry& reference = context.referenceGeometry;
-  const Kernels& kernels = KernelsFor(context);
-  const int onReference =
-      LayOn(kernels, probe, reference.area, Forward(attempt.theta), attempt.shift,
-            attempt.first.probe, attempt.second.probe, attempt.onReference, attempt.moved);
-  if (onReference < minOverlap) return 0;
-  memory.needed =
-      PairingsNeeded(context, attempt, onReference, minOverlap, result.score, memory.needed);
-  if (memory.needed > onReference) return 0;
-  kernels.listNear(context, attempt.moved, attempt.onReference, attempt.theta, memory.needed);
-  if (context.near.count < memory.needed) return 0;
-  Position movedBack[maxRow];
-  const int onProbe =
-      LayOn(kernels, reference, probe.area, Backward(attempt.theta, attempt.shift), {0, 0},
-            attempt.first.reference, attempt.second.reference, attempt.onProbe, movedBack);
-  const int most = context.near.count;
-  if (onProbe < minOverlap || !MayBeat(MostWeight(context, attempt, most),
-                                       Overlap(onReference, onProbe, most), result.score)) {
-    return 0;
-  }
-
-  PairGreedily(context, memory, attempt);
-  if (attempt.matched == 0) return 0;
-  const int overlap = Overlap(onReference, onProbe, attempt.matched);
-  const int weight = WithSeedFactors(context, attempt.weight, attempt.first, attempt.second);
-  const int score = SquareOver(weight, overlap);
-  if (score <= result.score) return 0;
-  KeepAttempt(context, attempt, score, overlap, result);
-  return attempt.matched;
-}
-
 // Twice 1024 when all neighbours of both minutiae are paired; within bounds.
 int NeighbourSupport(Neighbourhood probe, Neighbourhood reference) {
   const int support =
       (probe.paired + reference.paired) * 2048 / (probe.minutiae + reference.minutiae);
-  return std::clamp(support, 800, 1200);
+  return std::clamp(support, 800, maxSupport);
+}
+
+int MaxWeight(const EngineContext& context) {
+  return context.scale == Scale::native ? maxPairWeight : maxStandardPairWeight;
+}
+
+// Whether any alignment may lead to passes whose scores add up to this.
+//
+// Both passes weigh the same pairings over the same overlap, the first with the most
+// support, the second without. So their scores are not above that of pairings that
+// weigh the root of both squares.
+bool MayAddUpTo(EngineContext& context, int minOverlap, int norm, int sum) {
+  constexpr int percent = 155;
+  static_assert(percent * percent >
+                100 * 100 + (100 * maxSupport / 1024 + 1) * (100 * maxSupport / 1024 + 1));
+  const Bar bar = {sum * norm * 100 - 1, MaxWeight(context) * percent / 100};
+  bool may = false;
+  MakeAttempts(context, [&](FitMemory& memory, Attempt& attempt, int&) {
+    const int overlap = PairMinutiae(context, memory, attempt, minOverlap, bar);
+    may = overlap != 0 && MayBeat(attempt.matched * bar.mostWeight, overlap, bar.score);
+    return !may;
+  });
+  return may;
 }
 
 }  // namespace
 
-void SearchAlignment(EngineContext& context, MatchResult& result) {
+void SearchAlignment(EngineContext& context, MatchResult& result, int neededSum) {
   const int probeCount = context.probeGeometry.count;
   const int referenceCount = context.referenceGeometry.count;
   const int minOverlap = MinOverlap(probeCount, referenceCount);
   const int norm = ScoreNorm(probeCount, referenceCount);
-  const int firstCount = CountSeeds(context, FirstSeedVotes(context));
-  const int secondCount = CountSeeds(context, 3);
-  const Kernels& kernels = KernelsFor(context);
-  int bestMatched = 0;
-  for (int s = 0; s < firstCount && result.score <= norm * goodEnough; s++) {
-    if (context.seeds[s].seedVotes <= bestMatched) continue;
-    MinutiaBits partners;
-    if (!kernels.findPartners(context, s, secondCount, partners)) continue;
-    FitMemory memory;
-    memory.needed = bestMatched;
-    memory.seed = SeedAt(context, s);
-    std::fill_n(memory.asked, probeCount, int16_t{-1});
-    for (int word = 0; word < WordsFor(secondCount); word++) {
-      for (uint64_t left = partners.words[word]; left != 0; left &= left - 1) {
-        if (result.score > norm * goodEnough) break;
-        const int k = word * 64 + platform::LowestBit(left);
-        Attempt attempt;
-        if (!Align(context, memory.seed, SeedAt(context, k), attempt)) continue;
-        const int matched = Try(context, memory, attempt, minOverlap, result);
-        if (matched != 0) bestMatched = matched;
-      }
-    }
-  }
-  if (bestMatched != 0) result.score = Rescore(context, result, result.overlap, NeighbourSupport);
+  if (neededSum > 0 && !MayAddUpTo(context, minOverlap, norm, neededSum)) return;
+  MakeAttempts(context, [&](FitMemory& memory, Attempt& attempt, int& bestMatched) {
+    const auto weigh = [&](int weight) {
+      return WithSeedFactors(context, weight, attempt.first, attempt.second);
+    };
+    const Bar bar = {result.score, weigh(MaxWeight(context))};
+    const int overlap = PairMinutiae(context, memory, attempt, minOverlap, bar);
+    if (overlap == 0) return true;
+    const int score = SquareOver(weigh(attempt.weight), overlap);
+    if (score <= result.score) return true;
+    KeepAttempt(context, attempt, score, overlap, result);
+    bestMatched = attempt.matched;
+    return score <= norm * goodEnough;
+  });
+  if (result.score != 0) result.score = Rescore(context, result, result.overlap, NeighbourSupport);
   result.score = result.score / norm / 100;
 }
 

@@ -37,9 +37,10 @@ int Match(const MatchWorkspace& probe, const MatchWorkspace& reference, EngineCo
   const auto byOrientation = [&](MatchResult& aligned) {
     if (scale == Scale::native && aligned.score != 0) OrientationConsistency(context, aligned);
   };
-  SearchAlignment(context, result);
-  byOrientation(result);
   const int scaling = scale == Scale::standard ? 2 : 1;
+  const int neededMean = (limits.neededScore + scaling - 1) / scaling;
+  SearchAlignment(context, result, std::min(2 * neededMean, clearScore));
+  byOrientation(result);
   if (result.score >= 1 && result.score < clearScore) {
     MatchResult second;
     second.score = MostRefined(context, result);

@@ -27,14 +27,13 @@ void AddPair(PairList& list, int place, const TemplateGeometry& geometry, int i,
 
 void BuildPairList(PairList& pairs, const TemplateGeometry& geometry) {
   // While the list is filled, startAt[d] is where the next pair of length d goes.
-  std::fill_n(pairs.startAt, maxDistance + 1, uint16_t{0});
+  const int longest = LongestPair(geometry);
+  std::fill_n(pairs.startAt, longest + 1, uint16_t{0});
   for (int place = 0; place < PairCount(geometry.count); place++) {
     pairs.startAt[geometry.distance[place]]++;
   }
   uint16_t start = 0;
-  int longest = 0;
-  for (int d = 0; d <= maxDistance; d++) {
-    if (pairs.startAt[d] != 0) longest = d;
+  for (int d = 0; d <= longest; d++) {
     const uint16_t count = d > EngineParams::minPairDistance ? pairs.startAt[d] : uint16_t{0};
     pairs.startAt[d] = start;
     start = static_cast<uint16_t>(start + count);
@@ -50,17 +49,16 @@ void BuildPairList(PairList& pairs, const TemplateGeometry& geometry) {
     }
   }
   // Each start has moved to the end of its length, the start of the next one.
-  std::copy_backward(pairs.startAt, pairs.startAt + maxDistance + 1,
-                     pairs.startAt + maxDistance + 2);
+  std::copy_backward(pairs.startAt, pairs.startAt + longest + 1, pairs.startAt + longest + 2);
   pairs.startAt[0] = 0;
   // No pair is longer than the longest.
-  std::fill_n(pairs.startAt + maxDistance + 1, vectorPadding - 1, start);
+  std::fill(pairs.startAt + longest + 2, pairs.startAt + maxDistance + vectorPadding, start);
   constexpr int reach = EngineParams::pairDistanceTolerance;
-  pairs.mostAlike = 0;
-  for (int d = reach; d <= maxDistance; d++) {
-    pairs.mostAlike =
-        std::max(pairs.mostAlike, pairs.startAt[d + reach + 1] - pairs.startAt[d - reach]);
+  int most = 0;
+  for (int d = reach; d <= std::min(longest + reach, maxDistance); d++) {
+    most = std::max(most, pairs.startAt[d + reach + 1] - pairs.startAt[d - reach]);
   }
+  pairs.mostAlike = most;
 }
 
 }  // namespace vxm

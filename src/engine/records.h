@@ -12,6 +12,7 @@
 
 #include <cstdint>
 
+#include "engine/minutia_bits.h"
 #include "engine/workspace.h"
 
 namespace vxm {
@@ -19,8 +20,7 @@ namespace vxm {
 constexpr int maxPairs = maxMinutiae * (maxMinutiae - 1) / 2;
 constexpr int maxDistance = 1023;  // pixels; longer ones are stored as this
 
-constexpr int vectorPadding = 64;         // elements
-constexpr int maxRow = maxMinutiae + 24;  // a multiple of 32
+constexpr int vectorPadding = 64;  // elements
 
 // The place of the pair of two minutiae, i < j, in a table of all pairs; the
 // pairs of the first n minutiae are the first in it, whatever n.
@@ -71,17 +71,6 @@ struct TemplateGeometry {
   alignas(64) uint16_t lineAngle[maxPairs + vectorPadding];  // from i to j, 0..360
   CoarseAngles coarse;                                       // for the vector forms alone
 };
-
-// A set of minutiae, or of seeds.
-struct MinutiaBits {
-  static constexpr int maxWords = (maxRow + 63) / 64;
-  uint64_t words[maxWords];
-
-  bool Has(int i) const { return (words[i / 64] >> (i % 64) & 1) != 0; }
-  void Add(int i) { words[i / 64] |= uint64_t{1} << (i % 64); }
-  void Remove(int i) { words[i / 64] &= ~(uint64_t{1} << (i % 64)); }
-};
-constexpr int WordsFor(int count) { return (count + 63) / 64; }
 
 // Two minutiae, first < second, and scaled turns: the line between them, and their
 // directions as seen from it.

@@ -20,6 +20,7 @@ namespace {
 struct Pairings {
   Correspondence list[maxMinutiae];
   uint16_t weight[maxMinutiae];  // 0 when the probe minutia is at the probe's border
+  uint16_t turn[maxMinutiae];    // scaled, between the two directions
   PairingList vectors;           // with the weights that hold beside one seed
 };
 
@@ -36,23 +37,32 @@ void ListPairings(const EngineContext& context, const MatchResult& first, Pairin
     const int k = vectors.count++;
     pairings.list[k] = c;
     pairings.weight[k] = static_cast<uint16_t>(inside ? PairWeight(context, c) : 0);
+    pairings.turn[k] =
+        static_cast<uint16_t>(context.referenceGeometry.turn[c.reference] - probe.turn[c.probe]);
     vectors.from[k] = p;
     vectors.to[k] = context.referenceGeometry.position[c.reference];
     vectors.rotation[k] = static_cast<int16_t>(RotationOf(context, c));
   }
 }
 
+// Whether two pairings turn their minutiae alike.
+bool TurnAlike(const EngineContext& context, const Pairings& pairings, int a, int b) {
+  constexpr int tolerance = EngineParams::angleTolerance;
+  if (HasPlainAngles(context)) {
+    return TurnsAgree(pairings.turn[a], pairings.turn[b], ScaledReach(tolerance));
+  }
+  const auto [probeA, referenceA] = pairings.list[a];
+  const auto [probeB, referenceB] = pairings.list[b];
+  return AnglesAgree(RelativeAngle(context.probeGeometry, probeA, probeB),
+                     RelativeAngle(context.referenceGeometry, referenceA, referenceB), tolerance);
+}
+
 // Leaves each pairing its weight where it may hold beside the seed u; answers
 // the sum.
 int WeighBeside(const EngineContext& context, Pairings& pairings, int u) {
-  const Correspondence seed = pairings.list[u];
   int sum = 0;
   for (int k = 0; k < pairings.vectors.count; k++) {
-    const Correspondence c = pairings.list[k];
-    const bool mayHold =
-        k != u && AnglesAgree(RelativeAngle(context.probeGeometry, seed.probe, c.probe),
-                              RelativeAngle(context.referenceGeometry, seed.reference, c.reference),
-                              EngineParams::angleTolerance);
+    const bool mayHold = k != u && TurnAlike(context, pairings, u, k);
     pairings.vectors.weight[k] = mayHold ? pairings.weight[k] : uint16_t{0};
     sum += pairings.vectors.weight[k];
   }

@@ -53,30 +53,17 @@ PairedMinutiae ListPaired(const EngineContext& context, const MatchResult& resul
   PairedMinutiae paired = {};
   for (int m = 0; m < context.probeGeometry.count; m++) {
     if (result.mate[m] < 0) continue;
-    paired.probe[m] = 1;
-    paired.reference[result.mate[m]] = 1;
+    paired.probe.Add(m);
+    paired.reference.Add(result.mate[m]);
   }
   return paired;
 }
 
 Neighbourhood NeighbourhoodOf(const EngineContext& context, const TemplateGeometry& geometry,
-                              const uint8_t* paired, int minutia) {
+                              const MinutiaBits& paired, int minutia) {
   // Standard records are scored without neighbours.
   if (context.scale == Scale::standard) return {1, 1};
-  // The distance's root is at most the radius below the next number's square.
-  constexpr int radius2 = (EngineParams::neighbourRadius + 1) * (EngineParams::neighbourRadius + 1);
-  const Position own = geometry.position[minutia];
-  int neighbours = 0;
-  int pairedNeighbours = 0;
-  for (int i = 0; i < geometry.count; i++) {
-    const int dx = geometry.position[i].x - own.x;
-    const int dy = geometry.position[i].y - own.y;
-    const int near = dx * dx + dy * dy < radius2 ? 1 : 0;
-    neighbours += near;
-    pairedNeighbours += near & paired[i];
-  }
-  // The minutia itself is near, and paired.
-  return {pairedNeighbours, neighbours};
+  return ActiveKernels().countNeighbours(geometry, paired, minutia);
 }
 
 }  // namespace vxm

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "engine/kernels/kernels.h"
 #include "engine/numeric.h"
 #include "engine/params.h"
 #include "engine/records.h"
@@ -78,6 +79,15 @@ inline bool FitsBeside(const EngineContext& context, Correspondence seed, Corres
          LinesAgree(context, seed, other, EngineParams::seedAngleTolerance);
 }
 
+// Length of the longest pair of a template; pixels.
+inline int LongestPair(const TemplateGeometry& geometry) {
+  uint16_t longest = 0;
+  for (int place = 0; place < PairCount(geometry.count); place++) {
+    longest = std::max(longest, geometry.distance[place]);
+  }
+  return longest;
+}
+
 // Pairs of the list that are at most `length` pixels long.
 inline int PairsUpTo(const PairList& pairs, int length) { return pairs.startAt[length + 1]; }
 
@@ -102,19 +112,14 @@ int WithSeedFactors(const EngineContext& context, int weight, Correspondence a, 
 
 // The minutiae that a result pairs.
 struct PairedMinutiae {
-  uint8_t probe[maxRow];  // 1 for a paired minutia
-  uint8_t reference[maxRow];
+  MinutiaBits probe;
+  MinutiaBits reference;
 };
 PairedMinutiae ListPaired(const EngineContext& context, const MatchResult& result);
 
-// A minutia with its neighbours: how many they are, how many of them (the
-// minutia itself always) are paired.
-struct Neighbourhood {
-  int paired;
-  int minutiae;
-};
+// The minutia with its neighbours in one of the two templates.
 Neighbourhood NeighbourhoodOf(const EngineContext& context, const TemplateGeometry& geometry,
-                              const uint8_t* paired, int minutia);
+                              const MinutiaBits& paired, int minutia);
 
 // The score of result's pairings with every weight, the seeds' aside, taken
 // times `support`(of the probe minutia, of its mate) / 1024.

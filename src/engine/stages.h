@@ -17,7 +17,9 @@ void BuildPairList(PairList& pairs, const TemplateGeometry& geometry);
 
 void VotePairs(EngineContext& context, const MatchLimits& limits);
 
-void SearchAlignment(EngineContext& context, MatchResult& result);
+// With a needed sum, no alignment is found where the scores of the two passes cannot add
+// up to it.
+void SearchAlignment(EngineContext& context, MatchResult& result, int neededSum);
 
 void OrientationConsistency(const EngineContext& context, MatchResult& result);
 

@@ -33,11 +33,12 @@ struct LengthCounts {
 };
 
 void CountLengths(const TemplateGeometry& geometry, LengthCounts& lengths) {
-  const int pairs = PairCount(geometry.count);
-  const uint16_t longest = *std::max_element(geometry.distance, geometry.distance + pairs);
+  const int longest = LongestPair(geometry);
   lengths.longest = longest;
   std::fill_n(lengths.counts, longest + 1, uint16_t{0});
-  for (int place = 0; place < pairs; place++) lengths.counts[geometry.distance[place]]++;
+  for (int place = 0; place < PairCount(geometry.count); place++) {
+    lengths.counts[geometry.distance[place]]++;
+  }
   const int tooShort = std::min<int>(EngineParams::minPairDistance, longest) + 1;
   std::fill_n(lengths.counts, tooShort, uint16_t{0});
   lengths.total = 0;

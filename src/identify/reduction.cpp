@@ -10,7 +10,6 @@
 
 #include "engine/kernels/kernels.h"
 #include "identify/staged.h"
-#include "platform/cpu.h"
 
 namespace vxm {
 namespace {
@@ -39,17 +38,15 @@ void ChooseMinutiae(const MatchWorkspace& source, int count, MinutiaBits& chosen
 
 void CopyMinutiae(const MatchWorkspace& source, MatchWorkspace& target, const MinutiaBits& chosen) {
   int kept = 0;
-  for (int word = 0; word < WordsFor(source.minutiaCount); word++) {
-    for (uint64_t left = chosen.words[word]; left != 0; left &= left - 1) {
-      const int i = word * 64 + platform::LowestBit(left);
-      target.x[kept] = source.x[i];
-      target.y[kept] = source.y[i];
-      target.angle[kept] = source.angle[i];
-      target.quality[kept] = source.quality[i];
-      target.type[kept] = source.type[i];
-      kept++;
-    }
-  }
+  ForEachBit(chosen, source.minutiaCount, [&](int i) {
+    target.x[kept] = source.x[i];
+    target.y[kept] = source.y[i];
+    target.angle[kept] = source.angle[i];
+    target.quality[kept] = source.quality[i];
+    target.type[kept] = source.type[i];
+    kept++;
+    return true;
+  });
   target.minutiaCount = kept;
   target.gridWidth = source.gridWidth;
   target.gridHeight = source.gridHeight;
@@ -90,7 +87,8 @@ void CopyGridAround(const MatchWorkspace& source, MatchWorkspace& target) {
 
 }  // namespace
 
-void ReduceWorkspace(const MatchWorkspace& source, MatchWorkspace& target, int maxCount) {
+void ReduceWorkspace(const MatchWorkspace& source, MatchWorkspace& target, int maxCount,
+                     Scale scale) {
   const int n = source.minutiaCount;
   if (n <= maxCount) {
     CopyWorkspace(target, source);
@@ -99,7 +97,7 @@ void ReduceWorkspace(const MatchWorkspace& source, MatchWorkspace& target, int m
   MinutiaBits chosen;
   ChooseMinutiae(source, maxCount, chosen);
   CopyMinutiae(source, target, chosen);
-  CopyGridAround(source, target);
+  if (scale == Scale::native) CopyGridAround(source, target);
 }
 
 }  // namespace vxm

@@ -18,28 +18,31 @@ constexpr MatchLimits fastFirstStage = {20, 7, 1, 125000, 70};
 constexpr MatchLimits normalFirstStage = {15, 4, 1, 125000, 70};
 constexpr MatchLimits secondStage = {20, 7, 0, 125000, 70};
 
-using Match = int (*)(const MatchWorkspace&, const MatchWorkspace&, EngineContext&, MatchResult&,
-                      bool, const MatchLimits&);
+int Compare(Scale scale, const MatchWorkspace& probe, const MatchWorkspace& candidate,
+            EngineContext& engine, MatchResult& result, bool prepare, const MatchLimits& limits) {
+  const auto match = scale == Scale::native ? MatchNativeEx : MatchStandardEx;
+  return match(probe, candidate, engine, result, prepare, limits);
+}
 
 // Compares full templates; their probe's tables are made at most once.
-int CompareFull(Match match, const MatchWorkspace& probe, const MatchWorkspace& candidate,
+int CompareFull(Scale scale, const MatchWorkspace& probe, const MatchWorkspace& candidate,
                 StagedContext& context, const MatchLimits& limits) {
   const bool prepare = context.fullNeedsPrepare;
   context.fullNeedsPrepare = false;
-  return match(probe, candidate, context.full, context.result, prepare, limits);
+  return Compare(scale, probe, candidate, context.full, context.result, prepare, limits);
 }
 
-int CompareReduced(Match match, const MatchWorkspace& probe, const MatchWorkspace& candidate,
+int CompareReduced(Scale scale, const MatchWorkspace& probe, const MatchWorkspace& candidate,
                    StagedContext& context, const MatchLimits& limits) {
   const bool prepare = context.reducedNeedsPrepare;
   context.reducedNeedsPrepare = false;
-  if (prepare) ReduceWorkspace(probe, context.reducedProbe, reducedMinutiae);
-  ReduceWorkspace(candidate, context.reducedCandidate, reducedMinutiae);
-  return match(context.reducedProbe, context.reducedCandidate, context.reduced, context.result,
-               prepare, limits);
+  if (prepare) ReduceWorkspace(probe, context.reducedProbe, reducedMinutiae, scale);
+  ReduceWorkspace(candidate, context.reducedCandidate, reducedMinutiae, scale);
+  return Compare(scale, context.reducedProbe, context.reducedCandidate, context.reduced,
+                 context.result, prepare, limits);
 }
 
-int StagedCompare(Match match, const MatchWorkspace& probe, const MatchWorkspace& candidate,
+int StagedCompare(Scale scale, const MatchWorkspace& probe, const MatchWorkspace& candidate,
                   StagedContext& context, bool fastMode, int neededScore) {
   // The engine would answer 0 without preparing anything.
   if (probe.minutiaCount < minMinutiae || candidate.minutiaCount < minMinutiae) return 0;
@@ -47,23 +50,23 @@ int StagedCompare(Match match, const MatchWorkspace& probe, const MatchWorkspace
   MatchLimits limits = fastMode ? fastFirstStage : normalFirstStage;
   limits.neededScore = std::min(stageLimit, neededScore);
   const int score =
-      (fastMode ? CompareReduced : CompareFull)(match, probe, candidate, context, limits);
+      (fastMode ? CompareReduced : CompareFull)(scale, probe, candidate, context, limits);
   if (score < stageLimit) return score;
   limits = secondStage;
   limits.neededScore = neededScore;
-  return CompareFull(match, probe, candidate, context, limits);
+  return CompareFull(scale, probe, candidate, context, limits);
 }
 
 }  // namespace
 
 int StagedCompareNative(const MatchWorkspace& probe, const MatchWorkspace& candidate,
                         StagedContext& context, bool fastMode, int neededScore) {
-  return StagedCompare(MatchNativeEx, probe, candidate, context, fastMode, neededScore);
+  return StagedCompare(Scale::native, probe, candidate, context, fastMode, neededScore);
 }
 
 int StagedCompareStandard(const MatchWorkspace& probe, const MatchWorkspace& candidate,
                           StagedContext& context, bool fastMode, int neededScore) {
-  return StagedCompare(MatchStandardEx, probe, candidate, context, fastMode, neededScore);
+  return StagedCompare(Scale::standard, probe, candidate, context, fastMode, neededScore);
 }
 
 }  // namespace vxm

@@ -38,7 +38,9 @@ int StagedCompareStandard(const MatchWorkspace& probe, const MatchWorkspace& can
                           StagedContext& context, bool fastMode, int neededScore);
 
 // Keeps the `maxCount` minutiae that say most: those that stand alone first, then
-// those nearest to the centre of the grid; and the orientation grid around them.
-void ReduceWorkspace(const MatchWorkspace& source, MatchWorkspace& target, int maxCount);
+// those nearest to the centre of the grid; and, where the scale regards it, the
+// orientation grid around them.
+void ReduceWorkspace(const MatchWorkspace& source, MatchWorkspace& target, int maxCount,
+                     Scale scale);
 
 }  // namespace vxm

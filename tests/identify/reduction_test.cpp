@@ -49,7 +49,7 @@ TEST(ReductionTest, KeepsTheLonelyThenTheCentralThenTheEarlier) {
   for (const auto& c : cases) {
     const vxm::MatchWorkspace source = Workspace(c.places);
     const auto target = std::make_unique<vxm::MatchWorkspace>();
-    vxm::ReduceWorkspace(source, *target, c.maxCount);
+    vxm::ReduceWorkspace(source, *target, c.maxCount, vxm::Scale::native);
     std::vector<int> kept(target->angle, target->angle + target->minutiaCount);
     EXPECT_EQ(kept, c.kept) << c.what;
     for (size_t k = 0; k < kept.size(); k++) {
@@ -75,7 +75,7 @@ TEST(ReductionTest, KeepsTheGridAroundWhatIsKept) {
   for (const auto& c : cases) {
     const vxm::MatchWorkspace source = Workspace({c.first, {1, 159}, c.second, {1, 158}});
     const auto target = std::make_unique<vxm::MatchWorkspace>();
-    vxm::ReduceWorkspace(source, *target, 2);
+    vxm::ReduceWorkspace(source, *target, 2, vxm::Scale::native);
     ASSERT_EQ(target->gridWidth, 10);
     ASSERT_EQ(target->gridHeight, 10);
     for (int row = 0; row < 10; row++) {

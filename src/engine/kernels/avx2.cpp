@@ -461,6 +461,24 @@ BlockCounts avx2::CountBlocks(const Area& probe, const Area& reference, int thet
 
 namespace {
 
+// ---- Neighbours ----
+
+Neighbourhood CountNeighbours(const TemplateGeometry& geometry, const MinutiaBits& paired,
+                              int minutia) {
+  const __m256i own = Broadcast(geometry.position[minutia].x, geometry.position[minutia].y);
+  Neighbourhood counts = {0, 0};
+  for (int i = 0; i < geometry.count; i += 8) {
+    const __m256i apart = _mm256_sub_epi16(Load(geometry.position + i), own);
+    const __m256i within =
+        _mm256_cmpgt_epi32(_mm256_set1_epi32(neighbourRadius2), _mm256_madd_epi16(apart, apart));
+    const uint64_t near =
+        LaneBits(within) & _bzhi_u64(0xFF, static_cast<unsigned>(geometry.count - i));
+    counts.minutiae += platform::CountBits(near);
+    counts.paired += platform::CountBits(near & (paired.words[i / 64] >> (i % 64)));
+  }
+  return counts;
+}
+
 // ---- Reduction ----
 
 void FindCrowded(const MatchWorkspace& workspace, MinutiaBits& crowded) {
@@ -499,17 +517,10 @@ void FindSmallest(const int32_t* keys, int count, int chosen, MinutiaBits& small
 
 }  // namespace
 
-const Kernels avx2Kernels = {"avx2",
-                             FillPairTables,
-                             CastVotes<HalfLanes, FullLanes>,
-                             RankSeeds,
-                             FindPartners,
-                             FitsBesideByTurns,
-                             MoveOnto,
-                             ListNear,
-                             avx2::SumHolding,
-                             avx2::CountBlocks,
-                             FindCrowded,
+const Kernels avx2Kernels = {"avx2",          FillPairTables,    CastVotes<HalfLanes, FullLanes>,
+                             RankSeeds,       FindPartners,      FitsBesideByTurns,
+                             MoveOnto,        ListNear,          avx2::SumHolding,
+                             CountNeighbours, avx2::CountBlocks, FindCrowded,
                              FindSmallest};
 
 }  // namespace vxm

@@ -477,6 +477,23 @@ void ListNear(EngineContext& context, const Position* moved, const MinutiaBits& 
        ScaledTurn(theta) - ScaledReach(EngineParams::seedAngleTolerance), needed);
 }
 
+// ---- Neighbours ----
+
+Neighbourhood CountNeighbours(const TemplateGeometry& geometry, const MinutiaBits& paired,
+                              int minutia) {
+  const __m512i own = Broadcast(geometry.position[minutia].x, geometry.position[minutia].y);
+  Neighbourhood counts = {0, 0};
+  for (int i = 0; i < geometry.count; i += 16) {
+    const __m512i apart = _mm512_sub_epi16(Load(geometry.position + i), own);
+    const uint64_t near = _mm512_cmplt_epi32_mask(_mm512_madd_epi16(apart, apart),
+                                                  _mm512_set1_epi32(neighbourRadius2)) &
+                          FirstBits(std::min(geometry.count - i, 16));
+    counts.minutiae += platform::CountBits(near);
+    counts.paired += platform::CountBits(near & (paired.words[i / 64] >> (i % 64)));
+  }
+  return counts;
+}
+
 // ---- Reduction ----
 
 void FindCrowded(const MatchWorkspace& workspace, MinutiaBits& crowded) {
@@ -514,10 +531,11 @@ void FindSmallest(const int32_t* keys, int count, int chosen, MinutiaBits& small
 
 }  // namespace
 
-const Kernels avx512Kernels = {"avx512",          FillPairTables, CastVotes<HalfLanes, FullLanes>,
-                               RankSeeds,         FindPartners,   FitsBesideByTurns,
-                               MoveOnto,          ListNear,       avx2::SumHolding,
-                               avx2::CountBlocks, FindCrowded,    FindSmallest};
+const Kernels avx512Kernels = {"avx512",        FillPairTables,    CastVotes<HalfLanes, FullLanes>,
+                               RankSeeds,       FindPartners,      FitsBesideByTurns,
+                               MoveOnto,        ListNear,          avx2::SumHolding,
+                               CountNeighbours, avx2::CountBlocks, FindCrowded,
+                               FindSmallest};
 
 }  // namespace vxm
 

@@ -61,6 +61,17 @@ struct BlockCounts {
   int agree;    // of those, the ones with the same orientation
 };
 
+// A minutia with its neighbours: how many they are, how many of them (the
+// minutia itself always) are paired.
+struct Neighbourhood {
+  int paired;
+  int minutiae;
+};
+
+// A neighbour's distance has its root at most the radius, below this square.
+constexpr int neighbourRadius2 =
+    (EngineParams::neighbourRadius + 1) * (EngineParams::neighbourRadius + 1);
+
 // Minutiae of a template are crowded when another is so near; pixels.
 constexpr int crowdedDistance = 10;
 
@@ -97,6 +108,10 @@ struct Kernels {
 
   // Weight of the pairings that hold under a rotation by theta and the shift.
   int (*sumHolding)(const PairingList& pairings, const Motion& motion, Point shift, int theta);
+
+  // Counts the neighbours of a paired minutia.
+  Neighbourhood (*countNeighbours)(const TemplateGeometry& geometry, const MinutiaBits& paired,
+                                   int minutia);
 
   // Compares the ridge orientations of the probe's blocks, turned by theta and
   // shifted, with those of the reference.

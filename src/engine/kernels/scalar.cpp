@@ -130,6 +130,20 @@ int SumHolding(const PairingList& pairings, const Motion& motion, Point shift, i
   return sum;
 }
 
+Neighbourhood CountNeighbours(const TemplateGeometry& geometry, const MinutiaBits& paired,
+                              int minutia) {
+  const Position own = geometry.position[minutia];
+  Neighbourhood counts = {0, 0};
+  for (int i = 0; i < geometry.count; i++) {
+    const int dx = geometry.position[i].x - own.x;
+    const int dy = geometry.position[i].y - own.y;
+    if (dx * dx + dy * dy >= neighbourRadius2) continue;
+    counts.minutiae++;
+    counts.paired += paired.Has(i) ? 1 : 0;
+  }
+  return counts;
+}
+
 BlockCounts CountBlocks(const Area& probe, const Area& reference, int theta, Point shift) {
   const int half = theta >= 180 ? theta - 180 : theta;
   const Motion motion = Forward(theta);
@@ -179,8 +193,8 @@ void FindSmallest(const int32_t* keys, int count, int chosen, MinutiaBits& small
 
 }  // namespace
 
-const Kernels scalarKernels = {"scalar",     FillPairTables, CastVotes,   RankSeeds,
-                               FindPartners, FitsBeside,     MoveOnto,    ListNear,
-                               SumHolding,   CountBlocks,    FindCrowded, FindSmallest};
+const Kernels scalarKernels = {
+    "scalar", FillPairTables, CastVotes,       RankSeeds,   FindPartners, FitsBeside,  MoveOnto,
+    ListNear, SumHolding,     CountNeighbours, CountBlocks, FindCrowded,  FindSmallest};
 
 }  // namespace vxm

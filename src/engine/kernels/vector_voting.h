@@ -21,14 +21,9 @@
 
 namespace vxm {
 
-// The difference of quality from which two minutiae are no mates.
-static int QualityFalloff(const EngineContext& context) {
-  constexpr int beyondAll = 256;
-  return context.scale == Scale::native ? EngineParams::qualityFalloff : beyondAll;
-}
-
-// Without a branch.
-static bool QualitiesAgree(int a, int b, int falloff) {
+// Whether two minutiae can be mates; without a branch.
+static bool QualitiesAgree(int a, int b) {
+  constexpr int falloff = EngineParams::qualityFalloff;
   return static_cast<unsigned>(a - b + falloff - 1) < static_cast<unsigned>(2 * falloff - 1);
 }
 
@@ -52,14 +47,14 @@ static bool FitsBesideByTurns(const EngineContext& context, Correspondence seed,
                    LineTurn(probe, seed.probe, other.probe, place);
   const int first = reference.turn[seed.reference] - probe.turn[seed.probe];
   const int second = reference.turn[other.reference] - probe.turn[other.probe];
-  const int falloff = QualityFalloff(context);
+  const bool agree = TurnsAgree(line, 0, ScaledReach(EngineParams::lineTolerance)) &
+                     TurnsAgree(first, line, reach) & TurnsAgree(second, line, reach) &
+                     TurnsAgree(second, first, reach);
+  if (context.scale == Scale::standard) return agree;
   const uint8_t* quality = probe.workspace->quality;
   const uint8_t* mateQuality = reference.workspace->quality;
-  return TurnsAgree(line, 0, ScaledReach(EngineParams::lineTolerance)) &
-         TurnsAgree(first, line, reach) & TurnsAgree(second, line, reach) &
-         TurnsAgree(second, first, reach) &
-         QualitiesAgree(quality[seed.probe], mateQuality[seed.reference], falloff) &
-         QualitiesAgree(quality[other.probe], mateQuality[other.reference], falloff);
+  return agree & QualitiesAgree(quality[seed.probe], mateQuality[seed.reference]) &
+         QualitiesAgree(quality[other.probe], mateQuality[other.reference]);
 }
 
 // Probe pairs from `start` on that may agree with the reference pair at `place`.
@@ -73,12 +68,12 @@ struct Agreeing {
 // line and a, b those of the minutiae, |t|, |a - t|, |b - t| and |b - a| must be
 // small. That a and b are within the gate of the weights follows; what may be
 // missing is the quality.
+template <Scale scale>
 static void CountAgreeing(EngineContext& context, Agreeing* list, Agreeing* end, int tolerance) {
   const TemplateGeometry& reference = context.referenceGeometry;
   const int probeCount = context.probeGeometry.count;
   const uint8_t* probeQuality = context.probeGeometry.workspace->quality;
   const uint8_t* referenceQuality = reference.workspace->quality;
-  const int falloff = QualityFalloff(context);
   const int reach = ScaledReach(tolerance);
   while (end != list) {
     Agreeing* left = list;
@@ -91,11 +86,13 @@ static void CountAgreeing(EngineContext& context, Agreeing* list, Agreeing* end,
       const int line = ScaledTurn(reference.lineAngle[current.place]);
       const int first = reference.turn[i] - line - pair.firstDir;
       const int second = reference.turn[j] - line - pair.secondDir;
-      const bool agree = TurnsAgree(line, pair.line, ScaledReach(EngineParams::lineTolerance)) &
-                         TurnsAgree(first, 0, reach) & TurnsAgree(second, 0, reach) &
-                         TurnsAgree(second, first, reach) &
-                         QualitiesAgree(probeQuality[pair.first], referenceQuality[i], falloff) &
-                         QualitiesAgree(probeQuality[pair.second], referenceQuality[j], falloff);
+      bool agree = TurnsAgree(line, pair.line, ScaledReach(EngineParams::lineTolerance)) &
+                   TurnsAgree(first, 0, reach) & TurnsAgree(second, 0, reach) &
+                   TurnsAgree(second, first, reach);
+      if (scale == Scale::native) {
+        agree &= QualitiesAgree(probeQuality[pair.first], referenceQuality[i]) &
+                 QualitiesAgree(probeQuality[pair.second], referenceQuality[j]);
+      }
       const uint16_t vote = agree ? 1 : 0;
       uint16_t& firstVotes = context.votes[i * probeCount + pair.first];
       uint16_t& secondVotes = context.votes[j * probeCount + pair.second];
@@ -116,6 +113,8 @@ template <typename Lanes, bool wide>
 static void CastVotesOf(EngineContext& context, int lastPair, const MatchLimits& limits) {
   const TemplateGeometry& reference = context.referenceGeometry;
   const PairList& pairs = context.probePairs;
+  const auto countAgreeing = context.scale == Scale::native ? CountAgreeing<Scale::native>
+                                                            : CountAgreeing<Scale::standard>;
   const Lanes lanes(CoarseReach(EngineParams::lineTolerance), CoarseReach(limits.angleTolerance));
   constexpr int room = 512;
   Agreeing list[room + maxPairs / 64 + 2];
@@ -136,10 +135,10 @@ static void CastVotesOf(EngineContext& context, int lastPair, const MatchLimits&
       p += 64;
     } while (wide && p < end);
     if (last < list + room) continue;
-    CountAgreeing(context, list, last, limits.angleTolerance);
+    countAgreeing(context, list, last, limits.angleTolerance);
     last = list;
   }
-  CountAgreeing(context, list, last, limits.angleTolerance);
+  countAgreeing(context, list, last, limits.angleTolerance);
 }
 
 // `Half` tests 32 pairs at a time, `Full` 64.

@@ -1,0 +1,167 @@
+// Laying the probe on the reference by two seeds.
+//
+// In: two correspondences. Out: the motion that they fix, and the pairings.
+// Idea: the probe's minutiae are projected into the reference and paired greedily;
+// what is paired is weighed against the minutiae that the two prints have in common.
+// Every pairing must also fit beside the first seed in distance and direction; the
+// answer is remembered for the next attempt with that seed.
+// Cost: most attempts end as soon as it is known how many pairings they would need;
+// the others cost one step per minutia, in vectors, and one per pair that meets.
+#include "engine/attempt.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "engine/stages.h"
+#include "platform/cpu.h"
+
+namespace vxm {
+namespace {
+
+// The ridge orientation that stands for a minutia: that of its block, or its
+// own direction where there is no grid.
+int LocalOrientation(const TemplateGeometry& geometry, int minutia) {
+  if (!geometry.area.hasRidges) return geometry.dir[minutia] % 180;
+  const Area& area = geometry.area;
+  const int column = geometry.position[minutia].x / blockSize;
+  const int row = geometry.position[minutia].y / blockSize;
+  // A turned minutia can lie one pixel beyond the grid.
+  if (column >= area.gridWidth || row >= area.gridHeight) return background;
+  return area.grid[row][column];
+}
+
+// The motion must carry the ridges under the second seed onto each other.
+bool RidgesAgree(const EngineContext& context, int theta, Correspondence second) {
+  int orientation =
+      (theta >= 180 ? theta - 180 : theta) + LocalOrientation(context.probeGeometry, second.probe);
+  if (orientation >= 180) orientation -= 180;
+  const int difference =
+      std::abs(orientation - LocalOrientation(context.referenceGeometry, second.reference));
+  return difference < EngineParams::orientationTolerance ||
+         difference > 180 - EngineParams::orientationTolerance;
+}
+
+bool FitsBesideSeed(const EngineContext& context, FitMemory& memory, Correspondence c) {
+  if (memory.asked[c.probe] != c.reference) {
+    memory.asked[c.probe] = static_cast<int16_t>(c.reference);
+    memory.fits[c.probe] = KernelsFor(context).fitsBeside(context, memory.seed, c);
+  }
+  return memory.fits[c.probe];
+}
+
+// Finds the minutiae that the motion lays on the area, the excepted two left
+// out; answers how many.
+int LayOn(const Kernels& kernels, const TemplateGeometry& geometry, const Area& area,
+          const Motion& motion, Point shift, int except1, int except2, MinutiaBits& on,
+          Position* moved) {
+  kernels.moveOnto(geometry, area, motion, shift, on, moved);
+  on.Remove(except1);
+  on.Remove(except2);
+  int count = 0;
+  for (int word = 0; word < WordsFor(geometry.count); word++) {
+    count += platform::CountBits(on.words[word]);
+  }
+  return count;
+}
+
+int SquaredDistance(Position a, Position b) {
+  const int dx = a.x - b.x;
+  const int dy = a.y - b.y;
+  return dx * dx + dy * dy;
+}
+
+// Pairs each projected probe minutia with the nearest mate that is still free
+// and fits, the later of two at the same distance; lower probe indices first.
+void PairGreedily(const EngineContext& context, FitMemory& memory, Attempt& attempt) {
+  MinutiaBits unpaired = attempt.onProbe;
+  attempt.matched = 0;
+  attempt.weight = 0;
+  for (int k = 0; k < context.near.count; k++) {
+    const int m = context.near.probe[k];
+    int best = -1;
+    int bestDistance = EngineParams::pairingRadius2;
+    for (int word = 0; word < WordsFor(context.referenceGeometry.count); word++) {
+      uint64_t left = context.near.references[k].words[word] & unpaired.words[word];
+      for (; left != 0; left &= left - 1) {
+        const int n = word * 64 + platform::LowestBit(left);
+        const int distance =
+            SquaredDistance(attempt.moved[m], context.referenceGeometry.position[n]);
+        if (distance > bestDistance || !FitsBesideSeed(context, memory, {m, n})) continue;
+        best = n;
+        bestDistance = distance;
+      }
+    }
+    if (best < 0) continue;
+    unpaired.Remove(best);
+    attempt.mates[attempt.matched][0] = static_cast<uint8_t>(m);
+    attempt.mates[attempt.matched][1] = static_cast<uint8_t>(best);
+    attempt.matched++;
+    attempt.weight += PairWeight(context, {m, best});
+  }
+}
+
+int Overlap(int onReference, int onProbe, int matched) {
+  constexpr int manyPairings = 10;
+  return matched < manyPairings ? onReference + onProbe - matched : std::max(onReference, onProbe);
+}
+
+// How many pairings an alignment must have at least to beat the bar, over the least
+// overlap that they can have: each takes a minutia of either print. More pairings never
+// score less, so the search begins at the answer to the last.
+int PairingsNeeded(const Bar& bar, int onReference, int minOverlap, int guess) {
+  const auto mayBeat = [&](int pairings) {
+    return MayBeat(pairings * bar.mostWeight,
+                   Overlap(onReference, std::max(minOverlap, pairings), pairings), bar.score);
+  };
+  int needed = std::clamp(guess, 1, onReference + 1);
+  while (needed > 1 && mayBeat(needed - 1)) needed--;
+  while (needed <= onReference && !mayBeat(needed)) needed++;
+  return needed;
+}
+
+}  // namespace
+
+bool AlignSeeds(const EngineContext& context, Correspondence first, Correspondence second,
+                Attempt& attempt) {
+  const TemplateGeometry& probe = context.probeGeometry;
+  if (DistanceOf(probe, first.probe, second.probe) < EngineParams::minSeedSeparation ||
+      !KernelsFor(context).fitsBeside(context, first, second)) {
+    return false;
+  }
+  const int theta = LineRotation(context, first, second) % 360;
+  if (!RidgesAgree(context, theta, second)) return false;
+  attempt.first = first;
+  attempt.second = second;
+  attempt.theta = theta;
+  attempt.shift = ShiftFor(theta, PointAt(probe, first.probe),
+                           PointAt(context.referenceGeometry, first.reference));
+  return true;
+}
+
+int PairMinutiae(EngineContext& context, FitMemory& memory, Attempt& attempt, int minOverlap,
+                 const Bar& bar) {
+  const TemplateGeometry& probe = context.probeGeometry;
+  const TemplateGeometry& reference = context.referenceGeometry;
+  const Kernels& kernels = KernelsFor(context);
+  const int onReference =
+      LayOn(kernels, probe, reference.area, Forward(attempt.theta), attempt.shift,
+            attempt.first.probe, attempt.second.probe, attempt.onReference, attempt.moved);
+  if (onReference < minOverlap) return 0;
+  memory.needed = PairingsNeeded(bar, onReference, minOverlap, memory.needed);
+  if (memory.needed > onReference) return 0;
+  kernels.listNear(context, attempt.moved, attempt.onReference, attempt.theta, memory.needed);
+  if (context.near.count < memory.needed) return 0;
+  Position movedBack[maxRow];
+  const int onProbe =
+      LayOn(kernels, reference, probe.area, Backward(attempt.theta, attempt.shift), {0, 0},
+            attempt.first.reference, attempt.second.reference, attempt.onProbe, movedBack);
+  const int most = context.near.count;
+  if (onProbe < minOverlap ||
+      !MayBeat(most * bar.mostWeight, Overlap(onReference, onProbe, most), bar.score)) {
+    return 0;
+  }
+  PairGreedily(context, memory, attempt);
+  return attempt.matched == 0 ? 0 : Overlap(onReference, onProbe, attempt.matched);
+}
+
+}  // namespace vxm

@@ -1,0 +1,48 @@
+// One attempt of the alignment search: a motion, and what it pairs.
+#pragma once
+
+#include "engine/records.h"
+#include "engine/scoring.h"
+
+namespace vxm {
+
+// One alignment, and what it lays on what.
+struct Attempt {
+  Correspondence first;
+  Correspondence second;
+  int theta;
+  Point shift;
+  MinutiaBits onReference;  // probe minutiae
+  MinutiaBits onProbe;      // reference minutiae
+  Position moved[maxRow];   // where the probe minutiae come to lie
+  int matched;
+  int weight;
+  uint8_t mates[maxMinutiae][2];  // probe and reference minutiae that are paired
+};
+
+// What an attempt knows of the first seed's other attempts: for each probe minutia the
+// last reference minutia that was asked about, whether it fits beside the seed, and
+// how many pairings were needed last.
+struct FitMemory {
+  Correspondence seed;
+  int needed;
+  int16_t asked[maxMinutiae];
+  bool fits[maxMinutiae];
+};
+
+// What an attempt has to beat: a raw score, where one pairing weighs this at the most.
+struct Bar {
+  int score;
+  int mostWeight;
+};
+
+// The alignment that two seeds give; answers whether they can stand together.
+bool AlignSeeds(const EngineContext& context, Correspondence first, Correspondence second,
+                Attempt& attempt);
+
+// Pairs the minutiae that the alignment lays on each other. Answers the overlap of the
+// two prints, in minutiae; 0 when it cannot beat the bar, or pairs nothing.
+int PairMinutiae(EngineContext& context, FitMemory& memory, Attempt& attempt, int minOverlap,
+                 const Bar& bar);
+
+}  // namespace vxm
