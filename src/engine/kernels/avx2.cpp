@@ -132,7 +132,8 @@ class HalfLanes {
         dirReach_(_mm256_set1_epi8(static_cast<char>(dirReach))) {}
 
   // Which of the pairs from p on have angles near those of the other pair.
-  uint64_t Agreeing(const CoarseAngles& pairs, int p, const CoarseAngles& others, int other) const {
+  uint64_t Agreeing(const CoarseAngles& pairs, unsigned p, const CoarseAngles& others,
+                    unsigned other) const {
     const __m256i near = _mm256_and_si256(
         Near(pairs.line + p, others.line[other], lineReach_),
         _mm256_and_si256(Near(pairs.firstDir + p, others.firstDir[other], dirReach_),
@@ -143,7 +144,7 @@ class HalfLanes {
  private:
   static __m256i Near(const uint8_t* turns, uint8_t other, __m256i reach) {
     const __m256i difference =
-        _mm256_abs_epi8(_mm256_sub_epi8(Load(turns), _mm256_set1_epi8(static_cast<char>(other))));
+        _mm256_abs_epi8(_mm256_sub_epi8(_mm256_set1_epi8(static_cast<char>(other)), Load(turns)));
     return _mm256_cmpeq_epi8(_mm256_min_epu8(difference, reach), difference);
   }
 
@@ -156,7 +157,8 @@ class FullLanes {
  public:
   FullLanes(int lineReach, int dirReach) : half_(lineReach, dirReach) {}
 
-  uint64_t Agreeing(const CoarseAngles& pairs, int p, const CoarseAngles& others, int other) const {
+  uint64_t Agreeing(const CoarseAngles& pairs, unsigned p, const CoarseAngles& others,
+                    unsigned other) const {
     return half_.Agreeing(pairs, p + 32, others, other) << 32 |
            half_.Agreeing(pairs, p, others, other);
   }

@@ -196,7 +196,8 @@ class FullLanes {
         dirReach_(_mm512_set1_epi8(static_cast<char>(dirReach))) {}
 
   // Which of the pairs from p on have angles near those of the other pair.
-  uint64_t Agreeing(const CoarseAngles& pairs, int p, const CoarseAngles& others, int other) const {
+  uint64_t Agreeing(const CoarseAngles& pairs, unsigned p, const CoarseAngles& others,
+                    unsigned other) const {
     const __mmask64 line = Near(~__mmask64{0}, pairs.line + p, others.line[other], lineReach_);
     const __mmask64 first = Near(line, pairs.firstDir + p, others.firstDir[other], dirReach_);
     return Near(first, pairs.secondDir + p, others.secondDir[other], dirReach_);
@@ -205,7 +206,7 @@ class FullLanes {
  private:
   static __mmask64 Near(__mmask64 among, const uint8_t* turns, uint8_t other, __m512i reach) {
     const __m512i difference =
-        _mm512_sub_epi8(Load(turns), _mm512_set1_epi8(static_cast<char>(other)));
+        _mm512_sub_epi8(_mm512_set1_epi8(static_cast<char>(other)), Load(turns));
     return _mm512_mask_cmple_epu8_mask(among, _mm512_abs_epi8(difference), reach);
   }
 
@@ -220,7 +221,8 @@ class HalfLanes {
       : lineReach_(_mm256_set1_epi8(static_cast<char>(lineReach))),
         dirReach_(_mm256_set1_epi8(static_cast<char>(dirReach))) {}
 
-  uint64_t Agreeing(const CoarseAngles& pairs, int p, const CoarseAngles& others, int other) const {
+  uint64_t Agreeing(const CoarseAngles& pairs, unsigned p, const CoarseAngles& others,
+                    unsigned other) const {
     const __mmask32 line = Near(~__mmask32{0}, pairs.line + p, others.line[other], lineReach_);
     const __mmask32 first = Near(line, pairs.firstDir + p, others.firstDir[other], dirReach_);
     return Near(first, pairs.secondDir + p, others.secondDir[other], dirReach_);
@@ -229,8 +231,8 @@ class HalfLanes {
  private:
   static __mmask32 Near(__mmask32 among, const uint8_t* turns, uint8_t other, __m256i reach) {
     const __m256i difference =
-        _mm256_sub_epi8(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(turns)),
-                        _mm256_set1_epi8(static_cast<char>(other)));
+        _mm256_sub_epi8(_mm256_set1_epi8(static_cast<char>(other)),
+                        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(turns)));
     return _mm256_mask_cmple_epu8_mask(among, _mm256_abs_epi8(difference), reach);
   }
 

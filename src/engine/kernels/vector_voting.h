@@ -57,11 +57,14 @@ static bool FitsBesideByTurns(const EngineContext& context, Correspondence seed,
          QualitiesAgree(quality[other.probe], mateQuality[other.reference]);
 }
 
-// Probe pairs from `start` on that may agree with the reference pair at `place`.
-struct Agreeing {
-  uint64_t bits;
-  uint16_t start;
-  uint16_t place;
+// Reference pairs with the probe pairs that may agree with them: those from `start` on
+// of which the bit is set.
+struct AgreeingList {
+  static constexpr int full = 512;
+  static constexpr int room = full + maxPairs / 64 + 2;
+  uint64_t bits[room];
+  uint16_t start[room];
+  uint16_t place[room];
 };
 
 // Votes for the listed pairs whose angles do agree. With t the rotation of the
@@ -69,21 +72,22 @@ struct Agreeing {
 // small. That a and b are within the gate of the weights follows; what may be
 // missing is the quality.
 template <Scale scale>
-static void CountAgreeing(EngineContext& context, Agreeing* list, Agreeing* end, int tolerance) {
+static void CountAgreeing(EngineContext& context, AgreeingList& list, int count, int tolerance) {
   const TemplateGeometry& reference = context.referenceGeometry;
   const int probeCount = context.probeGeometry.count;
   const uint8_t* probeQuality = context.probeGeometry.workspace->quality;
   const uint8_t* referenceQuality = reference.workspace->quality;
   const int reach = ScaledReach(tolerance);
-  while (end != list) {
-    Agreeing* left = list;
-    for (const Agreeing* agreeing = list; agreeing != end; agreeing++) {
-      const Agreeing current = *agreeing;
-      const MinutiaPair pair =
-          context.probePairs.pairs[current.start + platform::LowestBit(current.bits)];
-      const int i = pairEnds.first[current.place];
-      const int j = pairEnds.second[current.place];
-      const int line = ScaledTurn(reference.lineAngle[current.place]);
+  while (count != 0) {
+    int left = 0;
+    for (int k = 0; k < count; k++) {
+      const uint64_t bits = list.bits[k];
+      const uint16_t start = list.start[k];
+      const uint16_t place = list.place[k];
+      const MinutiaPair pair = context.probePairs.pairs[start + platform::LowestBit(bits)];
+      const int i = pairEnds.first[place];
+      const int j = pairEnds.second[place];
+      const int line = ScaledTurn(reference.lineAngle[place]);
       const int first = reference.turn[i] - line - pair.firstDir;
       const int second = reference.turn[j] - line - pair.secondDir;
       bool agree = TurnsAgree(line, pair.line, ScaledReach(EngineParams::lineTolerance)) &
@@ -98,13 +102,23 @@ static void CountAgreeing(EngineContext& context, Agreeing* list, Agreeing* end,
       uint16_t& secondVotes = context.votes[j * probeCount + pair.second];
       firstVotes = static_cast<uint16_t>(firstVotes + vote);
       secondVotes = static_cast<uint16_t>(secondVotes + vote);
-      left->bits = current.bits & (current.bits - 1);
-      left->start = current.start;
-      left->place = current.place;
-      left += left->bits != 0 ? 1 : 0;
+      list.bits[left] = bits & (bits - 1);
+      list.start[left] = start;
+      list.place[left] = place;
+      left += list.bits[left] != 0 ? 1 : 0;
     }
-    end = left;
+    count = left;
   }
+}
+
+// The starts of the probe's pairs by length, none of them beyond the last pair that
+// votes; made anew only where some do not.
+static const uint16_t* VotingStarts(const PairList& pairs, int lastPair, uint16_t* limited) {
+  if (lastPair == pairs.count) return pairs.startAt;
+  for (int d = 0; d < maxDistance + vectorPadding; d++) {
+    limited[d] = std::min(pairs.startAt[d], static_cast<uint16_t>(lastPair));
+  }
+  return limited;
 }
 
 // Goes through the pairs of the reference. `wide` when more than 64 of the probe's
@@ -112,33 +126,37 @@ static void CountAgreeing(EngineContext& context, Agreeing* list, Agreeing* end,
 template <typename Lanes, bool wide>
 static void CastVotesOf(EngineContext& context, int lastPair, const MatchLimits& limits) {
   const TemplateGeometry& reference = context.referenceGeometry;
-  const PairList& pairs = context.probePairs;
+  const CoarseAngles& probeAngles = context.probePairs.coarse;
+  uint16_t limited[maxDistance + vectorPadding];
+  const uint16_t* startAt = VotingStarts(context.probePairs, lastPair, limited);
   const auto countAgreeing = context.scale == Scale::native ? CountAgreeing<Scale::native>
                                                             : CountAgreeing<Scale::standard>;
   const Lanes lanes(CoarseReach(EngineParams::lineTolerance), CoarseReach(limits.angleTolerance));
-  constexpr int room = 512;
-  Agreeing list[room + maxPairs / 64 + 2];
-  Agreeing* last = list;
-  const int count = PairCount(reference.count);
-  for (int place = 0; place < count; place++) {
-    const int length = reference.distance[place];
+  const auto tolerance = static_cast<unsigned>(limits.distanceTolerance);
+  AgreeingList list;
+  int listed = 0;
+  const auto count = static_cast<unsigned>(PairCount(reference.count));
+  for (unsigned place = 0; place < count; place++) {
+    const unsigned length = reference.distance[place];
     if (length <= EngineParams::minPairDistance) continue;
-    const int end = std::min<int>(pairs.startAt[length + limits.distanceTolerance + 1], lastPair);
-    int p = pairs.startAt[length - limits.distanceTolerance];
-    do {
-      const int left = std::max(wide ? std::min(end - p, 64) : end - p, 0);
-      last->bits = _bzhi_u64(lanes.Agreeing(pairs.coarse, p, reference.coarse, place),
-                             static_cast<unsigned>(left));
-      last->start = static_cast<uint16_t>(p);
-      last->place = static_cast<uint16_t>(place);
-      last += last->bits != 0 ? 1 : 0;
+    unsigned p = startAt[length - tolerance];
+    unsigned left = startAt[length + tolerance + 1] - p;
+    for (;;) {
+      const uint64_t bits = _bzhi_u64(lanes.Agreeing(probeAngles, p, reference.coarse, place),
+                                      wide ? std::min(left, 64u) : left);
+      list.bits[listed] = bits;
+      list.start[listed] = static_cast<uint16_t>(p);
+      list.place[listed] = static_cast<uint16_t>(place);
+      listed += bits != 0 ? 1 : 0;
+      if (!wide || left <= 64) break;
       p += 64;
-    } while (wide && p < end);
-    if (last < list + room) continue;
-    countAgreeing(context, list, last, limits.angleTolerance);
-    last = list;
+      left -= 64;
+    }
+    if (listed < AgreeingList::full) continue;
+    countAgreeing(context, list, listed, limits.angleTolerance);
+    listed = 0;
   }
-  countAgreeing(context, list, last, limits.angleTolerance);
+  countAgreeing(context, list, listed, limits.angleTolerance);
 }
 
 // `Half` tests 32 pairs at a time, `Full` 64.
