@@ -13,14 +13,11 @@
 namespace vxm {
 namespace {
 
-void AddPair(PairList& list, int place, const TemplateGeometry& geometry, int i, int j) {
-  const auto line = ScaledTurn(geometry.lineAngle[PairPlace(i, j)]);
-  const auto firstDir = static_cast<uint16_t>(geometry.turn[i] - line);
-  const auto secondDir = static_cast<uint16_t>(geometry.turn[j] - line);
-  list.pairs[place] = {line, firstDir, secondDir, static_cast<uint8_t>(i), static_cast<uint8_t>(j)};
-  list.coarse.line[place] = CoarseTurn(line);
-  list.coarse.firstDir[place] = CoarseTurn(firstDir);
-  list.coarse.secondDir[place] = CoarseTurn(secondDir);
+void PutPair(PairList& list, int place, const MinutiaPair& pair) {
+  list.pairs[place] = pair;
+  list.coarse.line[place] = CoarseTurn(pair.line);
+  list.coarse.firstDir[place] = CoarseTurn(pair.firstDir);
+  list.coarse.secondDir[place] = CoarseTurn(pair.secondDir);
 }
 
 }  // namespace
@@ -41,12 +38,10 @@ void BuildPairList(PairList& pairs, const TemplateGeometry& geometry) {
   pairs.count = start;
   pairs.longest = longest;
 
-  for (int j = 1; j < geometry.count; j++) {
-    for (int i = 0; i < j; i++) {
-      const int d = geometry.distance[PairPlace(i, j)];
-      if (d <= EngineParams::minPairDistance) continue;
-      AddPair(pairs, pairs.startAt[d]++, geometry, i, j);
-    }
+  for (int place = 0; place < PairCount(geometry.count); place++) {
+    const int d = geometry.distance[place];
+    if (d <= EngineParams::minPairDistance) continue;
+    PutPair(pairs, pairs.startAt[d]++, geometry.pairs[place]);
   }
   // Each start has moved to the end of its length, the start of the next one.
   std::copy_backward(pairs.startAt, pairs.startAt + longest + 1, pairs.startAt + longest + 2);

@@ -57,6 +57,16 @@ struct CoarseAngles {
   uint8_t secondDir[maxPairs + 2 * vectorPadding];
 };
 
+// Two minutiae, first < second, and scaled turns: the line between them, and their
+// directions as seen from it.
+struct MinutiaPair {
+  uint16_t line;
+  uint16_t firstDir;
+  uint16_t secondDir;
+  uint8_t first;
+  uint8_t second;
+};
+
 // What the comparison knows of one template.
 struct TemplateGeometry {
   const MatchWorkspace* workspace;
@@ -69,17 +79,8 @@ struct TemplateGeometry {
   // By PairPlace.
   alignas(64) uint16_t distance[maxPairs + vectorPadding];   // pixels
   alignas(64) uint16_t lineAngle[maxPairs + vectorPadding];  // from i to j, 0..360
-  CoarseAngles coarse;                                       // for the vector forms alone
-};
-
-// Two minutiae, first < second, and scaled turns: the line between them, and their
-// directions as seen from it.
-struct MinutiaPair {
-  uint16_t line;
-  uint16_t firstDir;
-  uint16_t secondDir;
-  uint8_t first;
-  uint8_t second;
+  alignas(64) MinutiaPair pairs[maxPairs + vectorPadding];
+  CoarseAngles coarse;  // for the vector forms alone
 };
 
 // The probe's minutia pairs that are long enough to tell a direction, by length;

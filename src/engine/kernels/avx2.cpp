@@ -92,16 +92,35 @@ void StoreBytes(uint8_t* to, __m256i turns) {
       _mm_packus_epi16(_mm256_castsi256_si128(bytes), _mm256_extracti128_si256(bytes, 1)));
 }
 
-// Angles of the pairs (i.., j), 16 at a time.
-void FillCoarse(TemplateGeometry& geometry, int j) {
+// The pairs (i.., j), 16 at a time; eight bytes of each side by side.
+void StorePairs(TemplateGeometry& geometry, int j) {
   const __m256i scale = _mm256_set1_epi16(turnScale);
   const __m256i own = _mm256_set1_epi16(static_cast<int16_t>(geometry.turn[j]));
+  __m256i ends =
+      _mm256_add_epi16(_mm256_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15),
+                       _mm256_set1_epi16(static_cast<int16_t>(j << 8)));
   for (int i = 0; i < j; i += 16) {
     const int place = PairPlace(i, j);
     const __m256i line = _mm256_mullo_epi16(Load(geometry.lineAngle + place), scale);
+    const __m256i firstDir = _mm256_sub_epi16(Load(geometry.turn + i), line);
+    const __m256i secondDir = _mm256_sub_epi16(own, line);
     StoreBytes(geometry.coarse.line + place, line);
-    StoreBytes(geometry.coarse.firstDir + place, _mm256_sub_epi16(Load(geometry.turn + i), line));
-    StoreBytes(geometry.coarse.secondDir + place, _mm256_sub_epi16(own, line));
+    StoreBytes(geometry.coarse.firstDir + place, firstDir);
+    StoreBytes(geometry.coarse.secondDir + place, secondDir);
+    const __m256i lowAngles = _mm256_unpacklo_epi16(line, firstDir);
+    const __m256i highAngles = _mm256_unpackhi_epi16(line, firstDir);
+    const __m256i lowEnds = _mm256_unpacklo_epi16(secondDir, ends);
+    const __m256i highEnds = _mm256_unpackhi_epi16(secondDir, ends);
+    const __m256i a = _mm256_unpacklo_epi32(lowAngles, lowEnds);
+    const __m256i b = _mm256_unpackhi_epi32(lowAngles, lowEnds);
+    const __m256i c = _mm256_unpacklo_epi32(highAngles, highEnds);
+    const __m256i d = _mm256_unpackhi_epi32(highAngles, highEnds);
+    MinutiaPair* to = geometry.pairs + place;
+    Store(to, _mm256_permute2x128_si256(a, b, 0x20));
+    Store(to + 4, _mm256_permute2x128_si256(c, d, 0x20));
+    Store(to + 8, _mm256_permute2x128_si256(a, b, 0x31));
+    Store(to + 12, _mm256_permute2x128_si256(c, d, 0x31));
+    ends = _mm256_add_epi16(ends, _mm256_set1_epi16(16));
   }
 }
 
@@ -118,7 +137,7 @@ void FillPairTables(TemplateGeometry& geometry) {
       _mm_storeu_si128(reinterpret_cast<__m128i*>(geometry.lineAngle + place),
                        _mm256_extracti128_si256(both, 1));
     }
-    FillCoarse(geometry, j);
+    StorePairs(geometry, j);
   }
 }
 

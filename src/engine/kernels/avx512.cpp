@@ -125,13 +125,36 @@ void StoreVectors(TemplateGeometry& geometry, int place, __m512i dxdy) {
                       _mm512_cvtepi32_epi16(polar.angle));
 }
 
-// Of 32 pairs whose lines are there already.
-void StoreCoarse(TemplateGeometry& geometry, int place, __m512i first, __m512i second) {
+// Of 32 pairs whose lines are there already: the turns of their ends, and which they
+// are, the second in the upper byte.
+void StorePairs(TemplateGeometry& geometry, int place, __m512i first, __m512i second,
+                __m512i ends) {
   const __m512i line =
       _mm512_mullo_epi16(Load(geometry.lineAngle + place), _mm512_set1_epi16(turnScale));
+  const __m512i firstDir = _mm512_sub_epi16(first, line);
+  const __m512i secondDir = _mm512_sub_epi16(second, line);
   StoreBytes(geometry.coarse.line + place, line);
-  StoreBytes(geometry.coarse.firstDir + place, _mm512_sub_epi16(first, line));
-  StoreBytes(geometry.coarse.secondDir + place, _mm512_sub_epi16(second, line));
+  StoreBytes(geometry.coarse.firstDir + place, firstDir);
+  StoreBytes(geometry.coarse.secondDir + place, secondDir);
+  // Eight bytes of each pair side by side: in every quarter of a vector two pairs, then
+  // the quarters in order.
+  const __m512i lowAngles = _mm512_unpacklo_epi16(line, firstDir);
+  const __m512i highAngles = _mm512_unpackhi_epi16(line, firstDir);
+  const __m512i lowEnds = _mm512_unpacklo_epi16(secondDir, ends);
+  const __m512i highEnds = _mm512_unpackhi_epi16(secondDir, ends);
+  const __m512i a = _mm512_unpacklo_epi32(lowAngles, lowEnds);
+  const __m512i b = _mm512_unpackhi_epi32(lowAngles, lowEnds);
+  const __m512i c = _mm512_unpacklo_epi32(highAngles, highEnds);
+  const __m512i d = _mm512_unpackhi_epi32(highAngles, highEnds);
+  const __m512i abFront = _mm512_shuffle_i64x2(a, b, 0x44);
+  const __m512i cdFront = _mm512_shuffle_i64x2(c, d, 0x44);
+  const __m512i abBack = _mm512_shuffle_i64x2(a, b, 0xEE);
+  const __m512i cdBack = _mm512_shuffle_i64x2(c, d, 0xEE);
+  MinutiaPair* to = geometry.pairs + place;
+  Store(to, _mm512_shuffle_i64x2(abFront, cdFront, 0x88));
+  Store(to + 8, _mm512_shuffle_i64x2(abFront, cdFront, 0xDD));
+  Store(to + 16, _mm512_shuffle_i64x2(abBack, cdBack, 0x88));
+  Store(to + 24, _mm512_shuffle_i64x2(abBack, cdBack, 0xDD));
 }
 
 __m512i Places(const uint8_t* bytes) {
@@ -158,22 +181,29 @@ void FillFew(TemplateGeometry& geometry) {
   }
   const __m512i turns = Load(geometry.turn);
   for (int place = 0; place < pairs; place += 32) {
-    StoreCoarse(geometry, place,
-                _mm512_permutexvar_epi16(Words(pairEnds.first.data() + place), turns),
-                _mm512_permutexvar_epi16(Words(pairEnds.second.data() + place), turns));
+    const __m512i first = Words(pairEnds.first.data() + place);
+    const __m512i second = Words(pairEnds.second.data() + place);
+    StorePairs(geometry, place, _mm512_permutexvar_epi16(first, turns),
+               _mm512_permutexvar_epi16(second, turns),
+               _mm512_or_si512(first, _mm512_slli_epi16(second, 8)));
   }
 }
 
 // The pairs of a later minutia with all before it, minutia by minutia.
 void FillMany(TemplateGeometry& geometry) {
+  const __m512i counting = _mm512_cvtepu8_epi16(
+      _mm256_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21,
+                       22, 23, 24, 25, 26, 27, 28, 29, 30, 31));
   for (int j = 1; j < geometry.count; j++) {
     const __m512i end = Broadcast(geometry.position[j].x, geometry.position[j].y);
     const __m512i turn = _mm512_set1_epi16(static_cast<int16_t>(geometry.turn[j]));
     for (int i = 0; i < j; i += 16) {
       StoreVectors(geometry, PairPlace(i, j), _mm512_sub_epi16(end, Load(geometry.position + i)));
     }
+    __m512i ends = _mm512_add_epi16(counting, _mm512_set1_epi16(static_cast<int16_t>(j << 8)));
     for (int i = 0; i < j; i += 32) {
-      StoreCoarse(geometry, PairPlace(i, j), Load(geometry.turn + i), turn);
+      StorePairs(geometry, PairPlace(i, j), Load(geometry.turn + i), turn, ends);
+      ends = _mm512_add_epi16(ends, _mm512_set1_epi16(32));
     }
   }
 }

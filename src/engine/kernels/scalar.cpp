@@ -20,8 +20,14 @@ void FillPairTables(TemplateGeometry& geometry) {
     for (int i = 0; i < j; i++) {
       const int dx = geometry.position[j].x - geometry.position[i].x;
       const int dy = geometry.position[j].y - geometry.position[i].y;
-      geometry.distance[PairPlace(i, j)] = static_cast<uint16_t>(Distance(dx, dy));
-      geometry.lineAngle[PairPlace(i, j)] = static_cast<uint16_t>(AngleOf(dx, dy));
+      const int place = PairPlace(i, j);
+      const int angle = AngleOf(dx, dy);
+      const uint16_t line = ScaledTurn(angle);
+      geometry.distance[place] = static_cast<uint16_t>(Distance(dx, dy));
+      geometry.lineAngle[place] = static_cast<uint16_t>(angle);
+      geometry.pairs[place] = {line, static_cast<uint16_t>(geometry.turn[i] - line),
+                               static_cast<uint16_t>(geometry.turn[j] - line),
+                               static_cast<uint8_t>(i), static_cast<uint8_t>(j)};
     }
   }
 }

@@ -15,7 +15,6 @@
 #include <algorithm>
 
 #include "engine/kernels/kernels.h"
-#include "engine/kernels/pair_ends.h"
 #include "engine/scoring.h"
 #include "platform/cpu.h"
 
@@ -67,39 +66,59 @@ struct AgreeingList {
   uint16_t place[room];
 };
 
-// Votes for the listed pairs whose angles do agree. With t the rotation of the
-// line and a, b those of the minutiae, |t|, |a - t|, |b - t| and |b - a| must be
-// small. That a and b are within the gate of the weights follows; what may be
-// missing is the quality.
+// How far the differences of two pairs' turns may be from none: of the lines, of the
+// two directions, and of one direction's difference from the other's.
+struct TurnGate {
+  __m128i reach;
+  __m128i width;
+};
+
+static TurnGate GateFor(int tolerance) {
+  const auto line = static_cast<int16_t>(ScaledReach(EngineParams::lineTolerance));
+  const auto dir = static_cast<int16_t>(ScaledReach(tolerance));
+  const __m128i reach = _mm_setr_epi16(line, dir, dir, dir, 0, 0, 0, 0);
+  return {reach, _mm_add_epi16(reach, reach)};
+}
+
+// Whether the angles of two pairs agree. With t the rotation of the line and a, b those
+// of the minutiae, |t|, |a - t|, |b - t| and |b - a| must be small. That a and b are
+// within the gate of the weights follows.
+static bool PairsAgree(const MinutiaPair& mate, const MinutiaPair& pair, const TurnGate& gate) {
+  static_assert(sizeof(MinutiaPair) == 8);
+  const __m128i apart = _mm_sub_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(&mate)),
+                                      _mm_loadl_epi64(reinterpret_cast<const __m128i*>(&pair)));
+  // In the fourth place, that of the minutiae, the second difference less the first.
+  const __m128i second = _mm_shufflelo_epi16(apart, _MM_SHUFFLE(2, 2, 1, 0));
+  const __m128i first = _mm_blend_epi16(_mm_setzero_si128(), _mm_slli_epi64(apart, 32), 8);
+  const __m128i turns = _mm_add_epi16(_mm_sub_epi16(second, first), gate.reach);
+  const __m128i within = _mm_cmpeq_epi16(_mm_min_epu16(turns, gate.width), turns);
+  return _mm_cvtsi128_si64(within) == -1;
+}
+
+// Votes for the listed pairs that do agree, of which the qualities are tested here.
 template <Scale scale>
 static void CountAgreeing(EngineContext& context, AgreeingList& list, int count, int tolerance) {
   const TemplateGeometry& reference = context.referenceGeometry;
   const int probeCount = context.probeGeometry.count;
   const uint8_t* probeQuality = context.probeGeometry.workspace->quality;
   const uint8_t* referenceQuality = reference.workspace->quality;
-  const int reach = ScaledReach(tolerance);
+  const TurnGate gate = GateFor(tolerance);
   while (count != 0) {
     int left = 0;
     for (int k = 0; k < count; k++) {
       const uint64_t bits = list.bits[k];
       const uint16_t start = list.start[k];
       const uint16_t place = list.place[k];
-      const MinutiaPair pair = context.probePairs.pairs[start + platform::LowestBit(bits)];
-      const int i = pairEnds.first[place];
-      const int j = pairEnds.second[place];
-      const int line = ScaledTurn(reference.lineAngle[place]);
-      const int first = reference.turn[i] - line - pair.firstDir;
-      const int second = reference.turn[j] - line - pair.secondDir;
-      bool agree = TurnsAgree(line, pair.line, ScaledReach(EngineParams::lineTolerance)) &
-                   TurnsAgree(first, 0, reach) & TurnsAgree(second, 0, reach) &
-                   TurnsAgree(second, first, reach);
+      const MinutiaPair& mate = reference.pairs[place];
+      const MinutiaPair& pair = context.probePairs.pairs[start + platform::LowestBit(bits)];
+      bool agree = PairsAgree(mate, pair, gate);
       if (scale == Scale::native) {
-        agree &= QualitiesAgree(probeQuality[pair.first], referenceQuality[i]) &
-                 QualitiesAgree(probeQuality[pair.second], referenceQuality[j]);
+        agree &= QualitiesAgree(probeQuality[pair.first], referenceQuality[mate.first]) &
+                 QualitiesAgree(probeQuality[pair.second], referenceQuality[mate.second]);
       }
       const uint16_t vote = agree ? 1 : 0;
-      uint16_t& firstVotes = context.votes[i * probeCount + pair.first];
-      uint16_t& secondVotes = context.votes[j * probeCount + pair.second];
+      uint16_t& firstVotes = context.votes[mate.first * probeCount + pair.first];
+      uint16_t& secondVotes = context.votes[mate.second * probeCount + pair.second];
       firstVotes = static_cast<uint16_t>(firstVotes + vote);
       secondVotes = static_cast<uint16_t>(secondVotes + vote);
       list.bits[left] = bits & (bits - 1);
