@@ -23,36 +23,25 @@ Found Check(Found found, size_t count) {
   return found;
 }
 
-// Candidates for the forms that take pointers; no bytes are a null pointer.
-Found Search(decltype(&VXM_Identify) identify, MatcherHandle matcher, const Bytes& probe,
-             const Bytes* gallery, size_t count) {
-  std::vector<const uint8_t*> templates(count);
-  std::vector<int> sizes(count);
-  for (size_t i = 0; i < count; i++) {
-    templates[i] = gallery[i].data();
-    sizes[i] = fuzz::SizeOf(gallery[i]);
+// For a form that takes pointers, of which no bytes are a null one, or for one that
+// takes all candidates in one buffer.
+Found Search(decltype(&VXM_Identify) identify, bool inBuffer, MatcherHandle matcher,
+             const Bytes& probe, const Bytes* gallery, size_t count) {
+  std::vector<const uint8_t*> templates;
+  std::vector<int> sizes;
+  Bytes buffer;
+  for (const Bytes* bytes = gallery; bytes != gallery + count; bytes++) {
+    templates.push_back(bytes->data());
+    sizes.push_back(fuzz::SizeOf(*bytes));
+    if (inBuffer) buffer.insert(buffer.end(), bytes->begin(), bytes->end());
   }
+  if (buffer.empty()) buffer.resize(1);
+  buffer.shrink_to_fit();
+  if (inBuffer) templates = {buffer.data()};
   Found found = {1, -2};
   found.status = identify(matcher, probe.data(), fuzz::SizeOf(probe), templates.data(),
                           sizes.data(), static_cast<int>(count), 0, &found.index);
   return Check(found, count);
-}
-
-Found SearchInBuffer(decltype(&VXM_Identify_J) identify, MatcherHandle matcher, const Bytes& probe,
-                     const std::vector<Bytes>& gallery) {
-  Bytes buffer;
-  std::vector<int> sizes;
-  for (const Bytes& bytes : gallery) {
-    buffer.insert(buffer.end(), bytes.begin(), bytes.end());
-    sizes.push_back(fuzz::SizeOf(bytes));
-  }
-  if (buffer.empty()) buffer.resize(1);
-  buffer.shrink_to_fit();
-  const uint8_t* data = buffer.data();
-  Found found = {1, -2};
-  found.status = identify(matcher, probe.data(), fuzz::SizeOf(probe), &data, sizes.data(),
-                          static_cast<int>(gallery.size()), 0, &found.index);
-  return Check(found, gallery.size());
 }
 
 }  // namespace
@@ -70,25 +59,23 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::vector<Found> alone;
   alone.reserve(count);
   for (const Bytes& bytes : gallery) {
-    alone.push_back(Search(VXM_Identify, matcher, probe, &bytes, 1));
+    alone.push_back(Search(VXM_Identify, false, matcher, probe, &bytes, 1));
   }
   const auto matchesAlone = [&](int index) { return alone[static_cast<size_t>(index)].index == 0; };
   const bool anyMatches =
       std::any_of(alone.begin(), alone.end(), [](const Found& one) { return one.index == 0; });
   for (const auto identify : {VXM_Identify, VXM_IdentifyMT}) {
-    const Found all = Search(identify, matcher, probe, gallery.data(), count);
+    const Found all = Search(identify, false, matcher, probe, gallery.data(), count);
     if (all.status != VXM_OK) continue;
     Require(all.index == -1 ? !anyMatches : matchesAlone(all.index), "a match is one alone");
   }
-  const Found inOrder = Search(VXM_Identify, matcher, probe, gallery.data(), count);
+  const Found inOrder = Search(VXM_Identify, false, matcher, probe, gallery.data(), count);
+  const Found copied = Search(VXM_Identify_J, true, matcher, probe, gallery.data(), count);
   const bool whole = std::all_of(gallery.begin(), gallery.end(), [](const Bytes& bytes) {
     return !bytes.empty() && bytes.size() <= 1024;
   });
-  const Found copied = SearchInBuffer(VXM_Identify_J, matcher, probe, gallery);
-  if (whole) {
-    Require(copied.status == inOrder.status && copied.index == inOrder.index,
-            "a search in one buffer finds the same");
-  }
-  SearchInBuffer(VXM_IdentifyMT_J, matcher, probe, gallery);
+  Require(!whole || (copied.status == inOrder.status && copied.index == inOrder.index),
+          "a search in one buffer finds the same");
+  Search(VXM_IdentifyMT_J, true, matcher, probe, gallery.data(), count);
   return 0;
 }

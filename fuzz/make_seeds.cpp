@@ -29,11 +29,11 @@ vxmsynth::Impression Touch(uint64_t finger, uint64_t impression, int rotation = 
   return vxmsynth::MakeImpression(vxmsynth::MakeFinger(finger, 60), impression, settings);
 }
 
-// All in one place, or on a lattice, so that many distances are equal.
-vxmsynth::Impression Crowd(int count, int step, int grid) {
+// All in one place, in two, or on a lattice, so that many distances are equal.
+vxmsynth::Impression Crowd(int count, int step, int grid, int columns = 20) {
   vxmsynth::Impression crowd = {grid, grid, 77, {}, Bytes(static_cast<size_t>(grid * grid), 40)};
   for (int i = 0; i < count; i++) {
-    crowd.minutiae.push_back({30 + i % 20 * step, 30 + i / 20 * step, i * 24 % 360,
+    crowd.minutiae.push_back({30 + i % columns * step, 30 + i / 20 * step, i * 24 % 360,
                               vxmsynth::MinutiaType::ridgeEnding, i % 128});
   }
   return crowd;
@@ -64,14 +64,17 @@ int main(int count, char** arguments) {
     Bytes padded = mate;
     padded.resize(padded.size() + 100);
     put(name + "_gallery", {usual, {probe, impostor, mate, {}, cut, impostor, padded}});
-    put(name + "_thorough", {fuzz::SettingsByte(type, 1, false, true), {probe, mate, impostor}});
+    const uint8_t thorough = fuzz::SettingsByte(type, 1, false, true);
+    put(name + "_thorough", {thorough, {probe, mate, impostor}});
     put(name + "_turned", {fuzz::SettingsByte(type, 7, true, true),
                            {Encode(type, Touch(1, 1, 180)), mate, impostor}});
     put(name + "_impostors", {usual, {probe, impostor}});
     put(name + "_mixed", {usual, {probe, Encode((type + 1) % 3, Touch(1, 2)), mate}});
     put(name + "_crowd", {usual, {Encode(type, Crowd(120, 0, 9)), Encode(type, Crowd(60, 9, 15))}});
     put(name + "_sparse", {usual, {Encode(type, Crowd(3, 9, 5)), Encode(type, Crowd(4, 30, 9))}});
-    put(name + "_largest", {usual, {Encode(type, Crowd(200, 30, 63)), mate}});
+    const Bytes largest = Encode(type, Crowd(200, 30, 63));
+    put(name + "_largest", {usual, {largest, mate}});
+    put(name + "_heaps", {thorough, {largest, Encode(type, Crowd(20, 600, 63, 2))}});
     for (int form = 1; form < (type == 0 ? 4 : 3); form++) {
       put(name + "_form" + std::to_string(form),
           {usual, {Encode(type, Touch(3, 1), form), Encode(type, Touch(3, 2), form)}});

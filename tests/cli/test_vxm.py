@@ -186,17 +186,6 @@ class Vxm(unittest.TestCase):
         out, _ = search.communicate(timeout=60)
         self.assertEqual((search.returncode, out[:7]), (3, "aborted"))
 
-    def test_made_fingers_behave_as_fingers(self) -> None:
-        for name, options in {"plain": [], "tilted": ["--rotation", 30, "--max-rotation", 0]}.items():
-            self.make(name, "--fingers", 12, "--impressions", 2, "--seed", 5, "--format", "all",
-                      *options)
-        for kind in "vxt", "iso":
-            for mates in "plain", "tilted":
-                genuine = [run("verify", self.folder / "plain" / f"{i:03}_1.{kind}",
-                               self.folder / mates / f"{i:03}_2.{kind}").returncode
-                           for i in range(1, 13)]
-                self.assertLessEqual(sum(genuine), 2, (kind, mates, genuine))
-
     def test_made_bytes(self) -> None:
         makings = [["--format", "all"], ["--form", "full-codes", "--turned"],
                    ["--form", "short-codes", "--rotation", -77], ["--form", "short-bytes", "--area", 50]]

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include "support/known_answers.h"
 #include "support/loaded_template.h"
+#include "vxmkit.h"
 
 namespace {
 
@@ -13,14 +15,15 @@ class MatchKnownAnswerTest : public testing::TestWithParam<known::KnownAnswer> {
 
 TEST_P(MatchKnownAnswerTest, Holds) {
   const known::KnownAnswer& answer = GetParam();
-  const int type = answer.Number(0);
-  const auto probe = known::LoadedTemplate(answer, type, 1);
-  const auto reference = known::LoadedTemplate(answer, type, 2);
-  const auto match = type == known::nativeType ? vxm::MatchNative : vxm::MatchStandard;
+  const auto probe = Load(answer.Template(1));
+  const auto reference = Load(answer.Template(2));
+  const bool native = answer.Number(0) == TEMPLATE_NATIVE;
+  const auto match = native ? vxm::MatchNative : vxm::MatchStandard;
   const auto context = std::make_unique<vxm::EngineContext>();
   vxm::MatchResult result = {};
 
-  ASSERT_EQ(match(*probe, *reference, *context, result, true), answer.Number(3));
+  ASSERT_EQ(match(probe->workspace, reference->workspace, *context, result, true),
+            answer.Number(3));
   if (answer.Number(3) == 0) return;
   EXPECT_EQ(result.rotation, answer.Number(4));
   EXPECT_EQ(result.dx, answer.Number(5));

@@ -3,8 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include "support/known_answers.h"
 #include "support/loaded_template.h"
 #include "templates/turn.h"
+#include "vxmkit.h"
 
 namespace {
 
@@ -13,29 +15,28 @@ class StagedKnownAnswerTest : public testing::TestWithParam<known::KnownAnswer> 
 
 TEST_P(StagedKnownAnswerTest, Holds) {
   const known::KnownAnswer& answer = GetParam();
-  const int type = answer.Number(0);
-  auto probe = known::LoadedTemplate(answer, type, 3);
-  const auto candidate = known::LoadedTemplate(answer, type, 4);
+  auto probe = Load(answer.Template(3));
+  const auto candidate = Load(answer.Template(4));
   if (answer.Number(2) != 0) {
-    auto turned = std::make_unique<vxm::MatchWorkspace>();
-    vxm::TurnWorkspace(*turned, *probe);
+    auto turned = std::make_unique<LoadedTemplate>();
+    vxm::TurnWorkspace(turned->workspace, probe->workspace);
     probe = std::move(turned);
   }
-  const auto compare =
-      type == known::nativeType ? vxm::StagedCompareNative : vxm::StagedCompareStandard;
+  const bool native = answer.Number(0) == TEMPLATE_NATIVE;
+  const auto staged = native ? vxm::StagedCompareNative : vxm::StagedCompareStandard;
   const auto context = std::make_unique<vxm::StagedContext>();
-  const bool fastMode = answer.Number(1) != 0;
+  const auto compare = [&](int needed) {
+    return staged(probe->workspace, candidate->workspace, *context, answer.Number(1) != 0, needed);
+  };
 
   // The second time with what the first one left: the same probe, so the same score.
   for (const char* time : {"fresh", "again"}) {
     SCOPED_TRACE(time);
-    EXPECT_EQ(compare(*probe, *candidate, *context, fastMode, 0), answer.Number(5));
+    EXPECT_EQ(compare(0), answer.Number(5));
   }
   // What a search needs to know.
   for (const int needed : {30, 50, 60, 75, 120, 640}) {
-    EXPECT_EQ(compare(*probe, *candidate, *context, fastMode, needed) >= needed,
-              answer.Number(5) >= needed)
-        << needed;
+    EXPECT_EQ(compare(needed) >= needed, answer.Number(5) >= needed) << needed;
   }
 }
 

@@ -182,6 +182,7 @@ int main(int count, char** arguments) {
   const long growth = LargestResident() - early;
   std::printf("%ld calls; largest resident size %ld KiB, grown by %ld since the first quarter\n",
               steps.load(), early + growth, growth);
+  std::fflush(stdout);  // the figures are wanted most when what follows fails
   Require(growth <= allowedGrowth, "the process does not grow");
   return 0;
 }

@@ -25,9 +25,6 @@ struct KnownAnswer {
 // order. Throws where the file cannot be read or has no such case.
 std::vector<KnownAnswer> ReadKnownAnswers(const std::string& kind);
 
-// Throws where the text is not pairs of hexadecimal digits.
-Bytes DecodeHex(const std::string& text);
-
 // For INSTANTIATE_TEST_SUITE_P: "line17", so that a failure names its case.
 std::string KnownAnswerName(const testing::TestParamInfo<KnownAnswer>& info);
 

@@ -1,31 +1,25 @@
-// A template of a known answer in the engine's working form.
+// A template in the engine's working form.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <stdexcept>
+#include <vector>
 
-#include "support/known_answers.h"
 #include "templates/load.h"
 
-namespace known {
-
-constexpr int nativeType = 2001;
-constexpr int isoType = 2002;
-
-inline std::unique_ptr<vxm::MatchWorkspace> LoadedTemplate(const KnownAnswer& answer, int type,
-                                                           size_t field) {
-  using vxm::TemplateFormat;
-  const TemplateFormat format = type == nativeType ? TemplateFormat::native
-                                : type == isoType  ? TemplateFormat::iso
-                                                   : TemplateFormat::ansi;
-  const Bytes bytes = answer.Template(field);
-  auto workspace = std::make_unique<vxm::MatchWorkspace>();
+struct LoadedTemplate {
+  vxm::MatchWorkspace workspace = {};
   uint8_t attribute = 0;
-  if (vxm::LoadTemplate(format, bytes.data(), static_cast<int>(bytes.size()), *workspace,
-                        attribute) != vxm::LoadOutcome::loaded) {
-    throw std::runtime_error("a known answer's template does not load");
-  }
-  return workspace;
-}
+};
 
-}  // namespace known
+// Throws where the bytes are no template of the format that they seem to be.
+inline std::unique_ptr<LoadedTemplate> Load(const std::vector<uint8_t>& bytes) {
+  auto loaded = std::make_unique<LoadedTemplate>();
+  const int size = static_cast<int>(bytes.size());
+  if (vxm::LoadTemplate(vxm::RecogniseFormat(bytes.data(), size), bytes.data(), size,
+                        loaded->workspace, loaded->attribute) != vxm::LoadOutcome::loaded) {
+    throw std::runtime_error("a test's template does not load");
+  }
+  return loaded;
+}
