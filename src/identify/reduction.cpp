@@ -24,6 +24,7 @@ void RankMinutiae(const MatchWorkspace& source, const MinutiaBits& crowded, int3
         Square(source.x[i] - 8 * source.gridWidth) + Square(source.y[i] - 8 * source.gridHeight);
     ranks[i] = (crowded.Has(i) ? 1 << 30 : 0) | distance2 << 8 | i;
   }
+  std::fill(ranks + source.minutiaCount, ranks + maxRow, 0);
 }
 
 // Finds the `count` minutiae that say most.

@@ -504,7 +504,7 @@ Neighbourhood CountNeighbours(const TemplateGeometry& geometry, const MinutiaBit
 
 void FindCrowded(const MatchWorkspace& workspace, MinutiaBits& crowded) {
   const int count = workspace.minutiaCount;
-  alignas(32) Position positions[maxRow];
+  alignas(32) Position positions[maxRow] = {};
   for (int i = 0; i < count; i++) positions[i] = {workspace.x[i], workspace.y[i]};
   for (int i = 0; i < count; i += 8) {
     const __m256i own = Load(positions + i);

@@ -32,8 +32,12 @@ __m512i Pack(__m512i x, __m512i y) {
   return _mm512_mask_blend_epi16(0xAAAAAAAA, x, _mm512_slli_epi32(y, 16));
 }
 
-// The first `count` bits, of 64 at most.
-uint64_t FirstBits(int count) { return count >= 64 ? ~uint64_t{0} : (uint64_t{1} << count) - 1; }
+// The first `count` bits, of `most` at most. What comes from a mask is taken through
+// this: compilers were seen to put a mask of 16 bits on the stack and to take back 64.
+template <int most>
+uint64_t FirstBits(int count) {
+  return (uint64_t{1} << std::min(count, most)) - 1;
+}
 
 // ---- Distances and directions ----
 
@@ -296,9 +300,8 @@ void RankSeeds(EngineContext& context) {
     const __m512i key =
         _mm512_sub_epi32(_mm512_slli_epi32(count, 8), _mm512_add_epi32(lane, _mm512_set1_epi32(m)));
     // Places beyond the probe's come last.
-    Store(keys + m,
-          _mm512_mask_blend_epi32(static_cast<__mmask16>(FirstBits(std::min(probeCount - m, 16))),
-                                  _mm512_set1_epi32(-1 - maxRow), key));
+    Store(keys + m, _mm512_mask_blend_epi32(static_cast<__mmask16>(FirstBits<16>(probeCount - m)),
+                                            _mm512_set1_epi32(-1 - maxRow), key));
   }
   alignas(64) int32_t places[maxRow];
   for (int m = 0; m < probeCount; m += 16) {
@@ -349,7 +352,7 @@ bool FindPartners(const EngineContext& context, int place, int count, MinutiaBit
     const __m512i mates = _mm512_and_si512(_mm512_srli_epi32(others, 8), byte);
     const __m512i turns = _mm512_cvtepu16_epi32(
         _mm256_loadu_si256(reinterpret_cast<const __m256i*>(context.seedTurn + k)));
-    auto valid = static_cast<__mmask16>(FirstBits(std::min(count - k, 16)));
+    auto valid = static_cast<__mmask16>(FirstBits<16>(count - k));
     valid = _mm512_mask_cmpneq_epi32_mask(valid, probes, _mm512_set1_epi32(seed.seedProbe));
     valid = _mm512_mask_cmpneq_epi32_mask(valid, mates, _mm512_set1_epi32(seed.seedMate));
     valid = _mm512_mask_cmple_epu32_mask(
@@ -362,8 +365,9 @@ bool FindPartners(const EngineContext& context, int place, int count, MinutiaBit
                                          _mm512_set1_epi32(EngineParams::seedDistanceTolerance));
     valid = _mm512_mask_cmpge_epi32_mask(valid, distance,
                                          _mm512_set1_epi32(EngineParams::minSeedSeparation));
-    partners.words[k / 64] |= static_cast<uint64_t>(valid) << (k % 64);
-    any |= valid;
+    const uint64_t bits = valid & FirstBits<16>(count - k);
+    partners.words[k / 64] |= bits << (k % 64);
+    any |= bits;
   }
   return any != 0;
 }
@@ -409,10 +413,10 @@ void MoveOnto(const TemplateGeometry& geometry, const Area& area, const Motion& 
     const __m512i to =
         _mm512_add_epi16(Pack(Product(from, rowX), Product(from, rowY)), vectorShift);
     Store(moved + i, to);
-    __mmask16 in = Inside(to, lower, upper) &
-                   static_cast<__mmask16>(FirstBits(std::min(geometry.count - i, 16)));
+    const uint64_t counted = FirstBits<16>(geometry.count - i);
+    __mmask16 in = Inside(to, lower, upper) & static_cast<__mmask16>(counted);
     if (area.hasRidges) in = OnRidges(area, to, in);
-    bits = (i % 64 == 0 ? 0 : bits) | static_cast<uint64_t>(in) << (i % 64);
+    bits = (i % 64 == 0 ? 0 : bits) | (in & counted) << (i % 64);
     on.words[i / 64] = bits;
   }
 }
@@ -445,8 +449,8 @@ void ListInside(EngineContext& context, const Position* moved, const MinutiaBits
   const TemplateGeometry& reference = context.referenceGeometry;
   const uint16_t* turn = context.probeGeometry.turn;
   NearList& near = context.near;
-  // In the last 32 minutiae of the reference some are none.
-  const uint64_t counted = FirstBits((reference.count + 31) % 32 + 1);
+  const uint64_t counted = FirstBits<32>(reference.count);
+  const uint64_t nextCounted = FirstBits<32>(std::max(reference.count - 32, 0));
   const __m512i low = Load(reference.position);
   const __m512i high = Load(reference.position + 16);
   const __m512i turns = Load(reference.turn);
@@ -467,14 +471,14 @@ void ListInside(EngineContext& context, const Position* moved, const MinutiaBits
       if (blocks == 1) {
         any = words[0] = MatesAmong(low, high, turns, wanted) & counted;
       } else if (blocks == 2) {
-        const uint64_t next = MatesAmong(nextLow, nextHigh, nextTurns, wanted) & counted;
-        any = words[0] = MatesAmong(low, high, turns, wanted) | next << 32;
+        const uint64_t next = MatesAmong(nextLow, nextHigh, nextTurns, wanted) & nextCounted;
+        any = words[0] = (MatesAmong(low, high, turns, wanted) & counted) | next << 32;
       } else {
         for (int n = 0; n < reference.count; n += 32) {
-          uint64_t mates =
+          const uint64_t mates =
               MatesAmong(Load(reference.position + n), Load(reference.position + n + 16),
-                         Load(reference.turn + n), wanted);
-          if (n + 32 >= reference.count) mates &= counted;
+                         Load(reference.turn + n), wanted) &
+              FirstBits<32>(reference.count - n);
           words[n / 64] = n % 64 == 0 ? mates : words[n / 64] | mates << 32;
           any |= mates;
         }
@@ -494,8 +498,8 @@ void ListNear(EngineContext& context, const Position* moved, const MinutiaBits& 
   const __m512i upper = Broadcast(box.maxX, box.maxY);
   MinutiaBits inside = {};
   for (int m = 0; m < probe.count; m += 16) {
-    const uint64_t bits = static_cast<uint64_t>(Inside(Load(moved + m), lower, upper)) << (m % 64);
-    inside.words[m / 64] |= bits & among.words[m / 64];
+    const uint64_t bits = Inside(Load(moved + m), lower, upper) & FirstBits<16>(probe.count - m);
+    inside.words[m / 64] |= bits << (m % 64) & among.words[m / 64];
   }
   int count = 0;
   for (int word = 0; word < WordsFor(probe.count); word++) {
@@ -519,7 +523,7 @@ Neighbourhood CountNeighbours(const TemplateGeometry& geometry, const MinutiaBit
     const __m512i apart = _mm512_sub_epi16(Load(geometry.position + i), own);
     const uint64_t near = _mm512_cmplt_epi32_mask(_mm512_madd_epi16(apart, apart),
                                                   _mm512_set1_epi32(neighbourRadius2)) &
-                          FirstBits(std::min(geometry.count - i, 16));
+                          FirstBits<16>(geometry.count - i);
     counts.minutiae += platform::CountBits(near);
     counts.paired += platform::CountBits(near & (paired.words[i / 64] >> (i % 64)));
   }
@@ -530,7 +534,7 @@ Neighbourhood CountNeighbours(const TemplateGeometry& geometry, const MinutiaBit
 
 void FindCrowded(const MatchWorkspace& workspace, MinutiaBits& crowded) {
   const int count = workspace.minutiaCount;
-  alignas(64) Position positions[maxRow];
+  alignas(64) Position positions[maxRow] = {};
   for (int i = 0; i < count; i++) positions[i] = {workspace.x[i], workspace.y[i]};
   for (int i = 0; i < count; i += 16) {
     const __m512i own = Load(positions + i);
@@ -542,7 +546,8 @@ void FindCrowded(const MatchWorkspace& workspace, MinutiaBits& crowded) {
           _mm512_madd_epi16(apart, apart), _mm512_set1_epi32(crowdedDistance * crowdedDistance));
       near = _mm512_mask_add_epi32(near, within, near, _mm512_set1_epi32(1));
     }
-    const uint64_t bits = _mm512_cmpgt_epi32_mask(near, _mm512_set1_epi32(1));
+    const uint64_t bits =
+        _mm512_cmpgt_epi32_mask(near, _mm512_set1_epi32(1)) & FirstBits<16>(count - i);
     crowded.words[i / 64] = (i % 64 == 0 ? 0 : crowded.words[i / 64]) | bits << (i % 64);
   }
 }
@@ -556,7 +561,7 @@ void FindSmallest(const int32_t* keys, int count, int chosen, MinutiaBits& small
       before = _mm512_mask_add_epi32(before, smaller, before, _mm512_set1_epi32(1));
     }
     const uint64_t bits =
-        _mm512_cmplt_epi32_mask(before, _mm512_set1_epi32(chosen)) & FirstBits(count - i);
+        _mm512_cmplt_epi32_mask(before, _mm512_set1_epi32(chosen)) & FirstBits<16>(count - i);
     smallest.words[i / 64] = (i % 64 == 0 ? 0 : smallest.words[i / 64]) | bits << (i % 64);
   }
 }
