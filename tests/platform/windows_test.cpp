@@ -1,8 +1,10 @@
 // The library as a host on Windows meets it: loaded at run time, its functions
-// found by name; and what happens when Windows gives no worker thread.
+// found by name, its strings COM's own; and what happens when Windows gives no
+// worker thread.
 #include <windows.h>
 
 #include <gtest/gtest.h>
+#include <oleauto.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -48,6 +50,63 @@ class WindowsTest : public testing::Test {
   HMODULE library = LoadLibraryA("vxmkit.dll");
   MatcherHandle matcher = nullptr;
 };
+
+TEST_F(WindowsTest, EveryFunctionIsFoundByNameAndWorks) {
+  MatcherHandle second = nullptr;
+  EXPECT_EQ(LOADED(VXM_CreateEx)(&second, "text"), VXM_OK);
+  EXPECT_EQ(LOADED(VXM_Delete)(second), VXM_OK);
+
+  int value = 6;
+  EXPECT_EQ(LOADED(VXM_SetParameter)(matcher, VXM_PARAM_SECURITY_LEVEL, &value), VXM_OK);
+  value = 0;
+  EXPECT_EQ(LOADED(VXM_GetParameter)(matcher, VXM_PARAM_SECURITY_LEVEL, &value), VXM_OK);
+  EXPECT_EQ(value, 6);
+  EXPECT_EQ(LOADED(VXM_SetTemplateType)(matcher, TEMPLATE_NATIVE), VXM_OK);
+  EXPECT_EQ(LOADED(VXM_GetTemplateType)(matcher, &value), VXM_OK);
+  EXPECT_EQ(value, TEMPLATE_NATIVE);
+
+  int output = -1;
+  float score = 0.0f;
+  EXPECT_EQ(LOADED(VXM_Verify)(matcher, probe.data(), probeSize, mate.data(), sizes[1], &output),
+            VXM_OK);
+  EXPECT_EQ(output, 1);
+  EXPECT_EQ(
+      LOADED(VXM_VerifyEx)(matcher, probe.data(), probeSize, gallery[0], sizes[0], &score, &output),
+      VXM_OK);
+  EXPECT_EQ(output, 0);
+
+  Bytes inBuffer = impostor;
+  inBuffer.insert(inBuffer.end(), mate.begin(), mate.end());
+  const unsigned char* const buffer[] = {inBuffer.data()};
+  const auto expectMate = [&](int status) {
+    EXPECT_EQ(status, VXM_OK);
+    EXPECT_EQ(output, 1);
+    output = -1;
+  };
+  expectMate(LOADED(VXM_Identify)(matcher, probe.data(), probeSize, gallery, sizes, 2, 0, &output));
+  expectMate(
+      LOADED(VXM_IdentifyMT)(matcher, probe.data(), probeSize, gallery, sizes, 2, 0, &output));
+  expectMate(
+      LOADED(VXM_Identify_J)(matcher, probe.data(), probeSize, buffer, sizes, 2, 0, &output));
+  expectMate(
+      LOADED(VXM_IdentifyMT_J)(matcher, probe.data(), probeSize, buffer, sizes, 2, 0, &output));
+  EXPECT_EQ(LOADED(VXM_AbortIdentify)(matcher), VXM_OK);
+  EXPECT_EQ(LOADED(VXM_IdentifyInit)(matcher, probe.data(), probeSize), VXM_OK);
+  expectMate(LOADED(VXM_IdentifyNext)(matcher, mate.data(), sizes[1], &output));
+
+  Bytes turned = probe;
+  EXPECT_EQ(LOADED(VXM_RotateTemplate)(matcher, turned.data(), probeSize), VXM_OK);
+  EXPECT_NE(turned, probe);
+
+  char text[VXM_ERROR_TEXT_SIZE];
+  EXPECT_EQ(LOADED(VXM_GetErrorString)(VXM_ERR_MATCH_ABORTED, text), VXM_OK);
+  EXPECT_STREQ(text, "ERROR: Match aborted");
+  BSTR wide = nullptr;
+  EXPECT_EQ(LOADED(VXM_GetErrorString_B)(VXM_ERR_MATCH_ABORTED, &wide), VXM_OK);
+  EXPECT_STREQ(wide, L"ERROR: Match aborted");
+  EXPECT_EQ(SysStringLen(wide), std::strlen(text));
+  SysFreeString(wide);
+}
 
 TEST_F(WindowsTest, VersionResourceTellsTheVersion) {
   char bytes[4096];

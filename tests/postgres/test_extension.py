@@ -294,6 +294,24 @@ class Faults(unittest.TestCase):
                 cluster.wait(0)
                 self.check(self.connect())
 
+    def test_many_connections(self) -> None:
+        errors: list[BaseException] = []
+
+        def search() -> None:
+            try:
+                with cluster.connect(0, "faults") as session:
+                    for _ in range(5):
+                        self.check(session)
+            except BaseException as caught:  # noqa: BLE001: shown by the test
+                errors.append(caught)
+
+        threads = [threading.Thread(target=search) for _ in range(40)]
+        for thread in threads:
+            thread.start()
+        for thread in threads:
+            thread.join()
+        self.assertEqual(errors, [])
+
 
 if __name__ == "__main__":
     unittest.main()
