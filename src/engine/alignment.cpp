@@ -48,32 +48,43 @@ Correspondence SeedAt(const EngineContext& context, int place) {
   return {context.seeds[place].seedProbe, context.seeds[place].seedMate};
 }
 
-// For each first seed the second ones that may stand beside it.
-struct Partners {
-  MinutiaBits any;  // first seeds that have some
-  MinutiaBits of[maxRow];
+// Alignments that two seeds give.
+struct AttemptList {
+  static constexpr int enough = 16;
+  static constexpr int room = enough + maxRow;
+  int count;
+  SeedPair seeds[room];
+  int16_t theta[room];
 };
 
-// The tests are the same both ways round, so the fewer seeds ask the more.
-void ListPartners(const EngineContext& context, int firstCount, int secondCount,
-                  Partners& partners) {
+// Lists the attempts of the first seeds from `first` on until there are some; answers
+// with which seed to go on. Nothing branches on what fits, since it could not be
+// foretold.
+int ListAttempts(const EngineContext& context, int first, int firstCount, int secondCount,
+                 AttemptList& list) {
   const Kernels& kernels = KernelsFor(context);
-  partners.any = {};
-  if (firstCount <= secondCount) {
-    for (int s = 0; s < firstCount; s++) {
-      if (kernels.findPartners(context, s, secondCount, partners.of[s])) partners.any.Add(s);
-    }
-    return;
+  int pairs = 0;
+  for (; first < firstCount && pairs < AttemptList::enough; first++) {
+    pairs += kernels.listPartners(context, first, secondCount, list.seeds + pairs);
   }
-  std::fill_n(partners.of, firstCount, MinutiaBits{});
-  for (int k = 0; k < secondCount; k++) {
-    MinutiaBits firsts;
-    if (!kernels.findPartners(context, k, firstCount, firsts)) continue;
-    ForEachBit(firsts, firstCount, [&](int s) {
-      partners.any.Add(s);
-      partners.of[s].Add(k);
-      return true;
-    });
+  list.count = 0;
+  for (int i = 0; i < pairs; i++) {
+    const SeedPair pair = list.seeds[i];
+    int theta = 0;
+    const bool agree =
+        SeedsAgree(context, SeedAt(context, pair.first), SeedAt(context, pair.second), theta);
+    list.seeds[list.count] = pair;
+    list.theta[list.count] = static_cast<int16_t>(theta);
+    list.count += agree ? 1 : 0;
+  }
+  return first;
+}
+
+void MapReference(EngineContext& context) {
+  context.referenceBlocks.Clear();
+  for (int n = 0; n < context.referenceGeometry.count; n++) {
+    const Position p = context.referenceGeometry.position[n];
+    context.referenceBlocks.Add(p.x, p.y);
   }
 }
 
@@ -84,21 +95,28 @@ template <typename Take>
 void MakeAttempts(EngineContext& context, Take take) {
   const int firstCount = CountSeeds(context, FirstSeedVotes(context));
   const int secondCount = CountSeeds(context, 3);
-  Partners partners;
-  ListPartners(context, firstCount, secondCount, partners);
+  AttemptList list;
+  FitMemory memory;
+  int place = -1;
   int bestMatched = 0;
-  ForEachBit(partners.any, firstCount, [&](int s) {
-    if (context.seeds[s].seedVotes <= bestMatched) return true;
-    FitMemory memory;
-    memory.needed = bestMatched;
-    memory.seed = SeedAt(context, s);
-    std::fill_n(memory.asked, context.probeGeometry.count, int16_t{-1});
-    return ForEachBit(partners.of[s], secondCount, [&](int k) {
+  for (int first = 0; first < firstCount;) {
+    first = ListAttempts(context, first, firstCount, secondCount, list);
+    for (int i = 0; i < list.count; i++) {
+      const SeedPair pair = list.seeds[i];
+      if (pair.first != place) {
+        // Later seeds have no more votes.
+        if (context.seeds[pair.first].seedVotes <= bestMatched) return;
+        if (place < 0) MapReference(context);
+        place = pair.first;
+        memory.seed = SeedAt(context, place);
+        memory.needed = bestMatched;
+        memory.blank = true;
+      }
       Attempt attempt;
-      return !AlignSeeds(context, memory.seed, SeedAt(context, k), attempt) ||
-             take(memory, attempt, bestMatched);
-    });
-  });
+      AlignSeeds(context, memory.seed, SeedAt(context, pair.second), list.theta[i], attempt);
+      if (!take(memory, attempt, bestMatched)) return;
+    }
+  }
 }
 
 void KeepAttempt(const EngineContext& context, const Attempt& attempt, int score, int overlap,

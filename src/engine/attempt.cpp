@@ -73,6 +73,8 @@ int SquaredDistance(Position a, Position b) {
 // Pairs each projected probe minutia with the nearest mate that is still free
 // and fits, the later of two at the same distance; lower probe indices first.
 void PairGreedily(const EngineContext& context, FitMemory& memory, Attempt& attempt) {
+  if (memory.blank) std::fill_n(memory.asked, context.probeGeometry.count, int16_t{-1});
+  memory.blank = false;
   MinutiaBits unpaired = attempt.onProbe;
   attempt.matched = 0;
   attempt.weight = 0;
@@ -121,21 +123,20 @@ int PairingsNeeded(const Bar& bar, int onReference, int minOverlap, int guess) {
 
 }  // namespace
 
-bool AlignSeeds(const EngineContext& context, Correspondence first, Correspondence second,
-                Attempt& attempt) {
-  const TemplateGeometry& probe = context.probeGeometry;
-  if (DistanceOf(probe, first.probe, second.probe) < EngineParams::minSeedSeparation ||
-      !KernelsFor(context).fitsBeside(context, first, second)) {
-    return false;
-  }
-  const int theta = LineRotation(context, first, second) % 360;
-  if (!RidgesAgree(context, theta, second)) return false;
+bool SeedsAgree(const EngineContext& context, Correspondence first, Correspondence second,
+                int& theta) {
+  theta = AlignedRotation(context, first, second);
+  return KernelsFor(context).fitsBeside(context, first, second) &
+         RidgesAgree(context, theta, second);
+}
+
+void AlignSeeds(const EngineContext& context, Correspondence first, Correspondence second,
+                int theta, Attempt& attempt) {
   attempt.first = first;
   attempt.second = second;
   attempt.theta = theta;
-  attempt.shift = ShiftFor(theta, PointAt(probe, first.probe),
+  attempt.shift = ShiftFor(theta, PointAt(context.probeGeometry, first.probe),
                            PointAt(context.referenceGeometry, first.reference));
-  return true;
 }
 
 int PairMinutiae(EngineContext& context, FitMemory& memory, Attempt& attempt, int minOverlap,

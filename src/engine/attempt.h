@@ -26,6 +26,7 @@ struct Attempt {
 struct FitMemory {
   Correspondence seed;
   int needed;
+  bool blank;  // nothing was asked yet
   int16_t asked[maxMinutiae];
   bool fits[maxMinutiae];
 };
@@ -36,9 +37,13 @@ struct Bar {
   int mostWeight;
 };
 
-// The alignment that two seeds give; answers whether they can stand together.
-bool AlignSeeds(const EngineContext& context, Correspondence first, Correspondence second,
-                Attempt& attempt);
+// Whether two seeds can stand together, and the rotation that they give.
+bool SeedsAgree(const EngineContext& context, Correspondence first, Correspondence second,
+                int& theta);
+
+// The alignment of two seeds.
+void AlignSeeds(const EngineContext& context, Correspondence first, Correspondence second,
+                int theta, Attempt& attempt);
 
 // Pairs the minutiae that the alignment lays on each other. Answers the overlap of the
 // two prints, in minutiae; 0 when it cannot beat the bar, or pairs nothing.

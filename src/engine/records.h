@@ -10,8 +10,10 @@
 // read and write.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
+#include "engine/block_map.h"
 #include "engine/minutia_bits.h"
 #include "engine/workspace.h"
 
@@ -25,7 +27,10 @@ constexpr int vectorPadding = 64;  // elements
 // The place of the pair of two minutiae, i < j, in a table of all pairs; the
 // pairs of the first n minutiae are the first in it, whatever n.
 constexpr int PairPlace(int i, int j) { return j * (j - 1) / 2 + i; }
-constexpr int PairPlaceOf(int i, int j) { return i < j ? PairPlace(i, j) : PairPlace(j, i); }
+constexpr int PairPlaceOf(int i, int j) {
+  const int later = std::max(i, j);
+  return PairPlace(i + j - later, later);
+}
 constexpr int PairCount(int minutiae) { return PairPlace(0, minutiae); }
 
 // Which of the two scales a comparison is scored on. Standard records have
@@ -107,6 +112,20 @@ struct SeedRecord {
   int32_t seedVotes;
 };
 
+// Two seeds by their places: the one that an alignment rests on, and a second.
+struct SeedPair {
+  uint8_t second;
+  uint8_t first;
+};
+
+// Where the two minutiae of each seed lie, and the scaled turn from one to the other;
+// for the vector forms alone.
+struct SeedPlaces {
+  Position probe[maxRow];
+  Position mate[maxRow];
+  uint16_t turn[maxRow];
+};
+
 // Probe minutiae, ascending, under an alignment, and which reference minutiae each
 // of them could pair with: those within reach and turned alike.
 struct NearList {
@@ -122,8 +141,9 @@ struct EngineContext {
   PairList probePairs;
   // [reference * probe count + probe]; at most 199 * 199, which fits.
   alignas(64) uint16_t votes[maxMinutiae * maxMinutiae + vectorPadding];
-  SeedRecord seeds[maxRow];   // by votes, most first
-  uint16_t seedTurn[maxRow];  // scaled, from the seed's probe minutia to its mate
+  SeedRecord seeds[maxRow];  // by votes, most first
+  SeedPlaces seedPlaces;
+  BlockMap referenceBlocks;  // where the reference's minutiae are, during the search
   NearList near;
 };
 

@@ -137,7 +137,7 @@ void RefineAlignment(EngineContext& context, const MatchResult& first, MatchResu
       uint16_t& own = pairings.vectors.weight[v];
       const int bound = WithSeedFactors(context, most - own, a, b);
       if (!MayBeat(bound, first.overlap, best.score)) continue;
-      const int theta = LineRotation(context, a, b) % 360;
+      const int theta = AlignedRotation(context, a, b);
       const Point shift = ShiftFor(theta, PointAt(probe, a.probe), PointAt(reference, a.reference));
       const uint16_t ownWeight = std::exchange(own, uint16_t{0});
       const int sum = kernels.sumHolding(pairings.vectors, Forward(theta), shift, theta);

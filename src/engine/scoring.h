@@ -42,6 +42,16 @@ inline int LineRotation(const EngineContext& context, Correspondence a, Correspo
                       LineAngle(context.probeGeometry, a.probe, b.probe));
 }
 
+// The same as 0..359, without a branch, since it could not be foretold; of two
+// different pairings.
+inline int AlignedRotation(const EngineContext& context, Correspondence a, Correspondence b) {
+  const int angle = context.probeGeometry.lineAngle[PairPlaceOf(a.probe, b.probe)];
+  const int mateAngle = context.referenceGeometry.lineAngle[PairPlaceOf(a.reference, b.reference)];
+  const bool swapped = (a.probe < b.probe) != (a.reference < b.reference);
+  const int turned = mateAngle - angle + 180 * static_cast<int>(swapped) + 360;
+  return static_cast<int>(static_cast<unsigned>(turned) % 360);
+}
+
 inline Point PointAt(const TemplateGeometry& geometry, int minutia) {
   return {geometry.position[minutia].x, geometry.position[minutia].y};
 }
@@ -68,8 +78,8 @@ bool LinesAgree(const EngineContext& context, Correspondence a, Correspondence b
 
 // Whether a distance from a seed and that of the mates make them fit.
 inline bool DistancesFit(int distance, int mateDistance) {
-  return std::abs(mateDistance - distance) <= EngineParams::seedDistanceTolerance &&
-         std::min(distance, mateDistance) >= EngineParams::minPairDistance;
+  return (std::abs(mateDistance - distance) <= EngineParams::seedDistanceTolerance) &
+         (std::min(distance, mateDistance) >= EngineParams::minPairDistance);
 }
 
 // Whether a correspondence fits beside a seed: as far away, and turned alike.

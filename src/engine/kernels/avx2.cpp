@@ -214,59 +214,49 @@ void RankSeeds(EngineContext& context) {
     for (int other = 0; other < probeCount; other += 8) {
       before = _mm256_sub_epi32(before, _mm256_cmpgt_epi32(Load(keys + other), own));
     }
-    context.seeds[Sum(before)] = {static_cast<uint8_t>(m), static_cast<uint8_t>(mates[m]),
-                                  votes[m]};
+    const int place = Sum(before);
+    context.seeds[place] = {static_cast<uint8_t>(m), static_cast<uint8_t>(mates[m]), votes[m]};
+    PlaceSeed(context, place, m, mates[m]);
   }
 }
 
-// Places of the pairs of a minutia with 8 others; none may be the same.
-__m256i PairPlaces(int minutia, __m256i others) {
-  const __m256i own = _mm256_set1_epi32(minutia);
-  const __m256i later = _mm256_max_epi32(own, others);
-  const __m256i product = _mm256_mullo_epi32(later, _mm256_sub_epi32(later, _mm256_set1_epi32(1)));
-  return _mm256_add_epi32(_mm256_srli_epi32(product, 1), _mm256_min_epi32(own, others));
+// Squared distances from a place, up to that of the longest.
+__m256i SquaredDistances(const Position* others, Position place) {
+  const __m256i apart = _mm256_sub_epi16(Load(others), Broadcast(place.x, place.y));
+  return _mm256_min_epi32(_mm256_madd_epi16(apart, apart),
+                          _mm256_set1_epi32(maxDistance * maxDistance));
 }
 
-__m256i Distances(const TemplateGeometry& geometry, int minutia, __m256i others, __m256i valid) {
-  const __m256i both = _mm256_mask_i32gather_epi32(_mm256_setzero_si256(),
-                                                   reinterpret_cast<const int*>(geometry.distance),
-                                                   PairPlaces(minutia, others), valid, 2);
-  return _mm256_and_si256(both, _mm256_set1_epi32(0xFFFF));
-}
-
-// Tests the distances.
-bool FindPartners(const EngineContext& context, int place, int count, MinutiaBits& partners) {
-  static_assert(sizeof(SeedRecord) == 8);
-  const SeedRecord& seed = context.seeds[place];
-  const __m256i byte = _mm256_set1_epi32(0xFF);
-  const __m256i even = _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6);
-  for (int word = 0; word < WordsFor(count); word++) partners.words[word] = 0;
-  uint64_t any = 0;
+// Tests the distances, and the turn of one minutia against the other's.
+int ListPartners(const EngineContext& context, int place, int count, SeedPair* pairs) {
+  const SeedPlaces& seeds = context.seedPlaces;
+  constexpr int reach = ScaledReach(EngineParams::seedAngleTolerance);
+  constexpr int separation2 = EngineParams::minSeedSeparation * EngineParams::minSeedSeparation;
+  const __m128i leastTurn = _mm_set1_epi16(static_cast<int16_t>(seeds.turn[place] - reach));
+  const __m128i width = _mm_set1_epi16(static_cast<int16_t>(2 * reach));
+  int listed = 0;
   for (int k = 0; k < count; k += 8) {
-    const __m256i others =
-        _mm256_blend_epi32(_mm256_permutevar8x32_epi32(Load(context.seeds + k), even),
-                           _mm256_permutevar8x32_epi32(Load(context.seeds + k + 4), even), 0xF0);
-    const __m256i probes = _mm256_and_si256(others, byte);
-    const __m256i mates = _mm256_and_si256(_mm256_srli_epi32(others, 8), byte);
-    const __m256i same =
-        _mm256_or_si256(_mm256_cmpeq_epi32(probes, _mm256_set1_epi32(seed.seedProbe)),
-                        _mm256_cmpeq_epi32(mates, _mm256_set1_epi32(seed.seedMate)));
-    const __m256i counted =
-        _mm256_cmpgt_epi32(_mm256_set1_epi32(count - k), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
-    const __m256i valid = _mm256_andnot_si256(same, counted);
-    const __m256i distance = Distances(context.probeGeometry, seed.seedProbe, probes, valid);
-    const __m256i mateDistance = Distances(context.referenceGeometry, seed.seedMate, mates, valid);
-    const __m256i differ =
-        _mm256_cmpgt_epi32(_mm256_abs_epi32(_mm256_sub_epi32(distance, mateDistance)),
-                           _mm256_set1_epi32(EngineParams::seedDistanceTolerance));
-    const __m256i apart =
-        _mm256_cmpgt_epi32(distance, _mm256_set1_epi32(EngineParams::minSeedSeparation - 1));
-    const __m256i fit = _mm256_and_si256(valid, _mm256_andnot_si256(differ, apart));
-    const uint64_t bits = LaneBits(fit);
-    partners.words[k / 64] |= bits << (k % 64);
-    any |= bits;
+    const __m256i distance2 = SquaredDistances(seeds.probe + k, seeds.probe[place]);
+    const __m256i mateDistance2 = SquaredDistances(seeds.mate + k, seeds.mate[place]);
+    const __m256i apart = _mm256_min_epi32(
+        _mm256_abs_epi32(_mm256_sub_epi32(distance2, mateDistance2)), _mm256_set1_epi32(unlike));
+    const __m256i most = _mm256_mullo_epi32(_mm256_add_epi32(distance2, mateDistance2),
+                                            _mm256_set1_epi32(alikeFactor));
+    const __m128i turns =
+        _mm_sub_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(seeds.turn + k)), leastTurn);
+    const __m256i alike =
+        _mm256_cvtepi16_epi32(_mm_cmpeq_epi16(_mm_min_epu16(turns, width), turns));
+    const __m256i unfit =
+        _mm256_or_si256(_mm256_cmpgt_epi32(_mm256_mullo_epi32(apart, apart), most),
+                        _mm256_cmpgt_epi32(_mm256_set1_epi32(separation2), distance2));
+    const uint64_t counted = (uint64_t{1} << std::min(count - k, 8)) - 1;
+    for (uint64_t bits = LaneBits(_mm256_andnot_si256(unfit, alike)) & counted; bits != 0;
+         bits &= bits - 1) {
+      pairs[listed++] = {static_cast<uint8_t>(k + platform::LowestBit(bits)),
+                         static_cast<uint8_t>(place)};
+    }
   }
-  return any != 0;
+  return listed;
 }
 
 // ---- Moved positions ----
@@ -353,6 +343,15 @@ uint32_t NearTo(const TemplateGeometry& geometry, int n, __m256i position, __m12
   return LaneBits(_mm256_and_si256(near, _mm256_cvtepi16_epi32(alike)));
 }
 
+// Lanes of positions that the map does not leave out have their first bit set.
+__m256i OnMap(const BlockMap& map, __m256i positions) {
+  const __m256i place = _mm256_set1_epi32(BlockMap::size - 1);
+  const __m256i row = _mm256_i32gather_epi32(
+      reinterpret_cast<const int*>(map.rows),
+      _mm256_and_si256(_mm256_srli_epi32(positions, 20), place), sizeof(map.rows[0]));
+  return _mm256_sllv_epi32(row, _mm256_andnot_si256(_mm256_srli_epi32(positions, 4), place));
+}
+
 void ListNear(EngineContext& context, const Position* moved, const MinutiaBits& among, int theta,
               int needed) {
   const TemplateGeometry& probe = context.probeGeometry;
@@ -363,9 +362,10 @@ void ListNear(EngineContext& context, const Position* moved, const MinutiaBits& 
   MinutiaBits inside = {};
   int left = 0;
   for (int m = 0; m < probe.count; m += 8) {
-    const uint64_t bits = static_cast<uint64_t>(LaneBits(Inside(Load(moved + m), lower, upper)))
-                          << (m % 64);
-    inside.words[m / 64] |= bits & among.words[m / 64];
+    const __m256i positions = Load(moved + m);
+    const uint64_t bits = LaneBits(_mm256_and_si256(Inside(positions, lower, upper),
+                                                    OnMap(context.referenceBlocks, positions)));
+    inside.words[m / 64] |= bits << (m % 64) & among.words[m / 64];
   }
   for (int word = 0; word < WordsFor(probe.count); word++) {
     left += platform::CountBits(inside.words[word]);
@@ -539,7 +539,7 @@ void FindSmallest(const int32_t* keys, int count, int chosen, MinutiaBits& small
 }  // namespace
 
 const Kernels avx2Kernels = {"avx2",          FillPairTables,    CastVotes<HalfLanes, FullLanes>,
-                             RankSeeds,       FindPartners,      FitsBesideByTurns,
+                             RankSeeds,       ListPartners,      FitsBesideByTurns,
                              MoveOnto,        ListNear,          avx2::SumHolding,
                              CountNeighbours, avx2::CountBlocks, FindCrowded,
                              FindSmallest};

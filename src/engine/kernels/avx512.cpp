@@ -316,60 +316,46 @@ void RankSeeds(EngineContext& context) {
   for (int m = 0; m < probeCount; m++) {
     const int place = places[m];
     context.seeds[place] = {static_cast<uint8_t>(m), static_cast<uint8_t>(mates[m]), votes[m]};
-    context.seedTurn[place] = static_cast<uint16_t>(context.referenceGeometry.turn[mates[m]] -
-                                                    context.probeGeometry.turn[m]);
+    PlaceSeed(context, place, m, mates[m]);
   }
 }
 
-// Places of the pairs of a minutia with 16 others; none may be the same.
-__m512i PairPlaces(int minutia, __m512i others) {
-  const __m512i own = _mm512_set1_epi32(minutia);
-  const __m512i later = _mm512_max_epi32(own, others);
-  const __m512i product = _mm512_mullo_epi32(later, _mm512_sub_epi32(later, _mm512_set1_epi32(1)));
-  return _mm512_add_epi32(_mm512_srli_epi32(product, 1), _mm512_min_epi32(own, others));
-}
-
-__m512i Distances(const TemplateGeometry& geometry, int minutia, __m512i others, __mmask16 valid) {
-  const __m512i both = _mm512_mask_i32gather_epi32(
-      _mm512_setzero_si512(), valid, PairPlaces(minutia, others), geometry.distance, 2);
-  return _mm512_and_si512(both, _mm512_set1_epi32(0xFFFF));
+// Squared distances from a place, up to that of the longest.
+__m512i SquaredDistances(const Position* others, Position place) {
+  const __m512i apart = _mm512_sub_epi16(Load(others), Broadcast(place.x, place.y));
+  return _mm512_min_epi32(_mm512_madd_epi16(apart, apart),
+                          _mm512_set1_epi32(maxDistance * maxDistance));
 }
 
 // Tests the distances, and the turn of one minutia against the other's.
-bool FindPartners(const EngineContext& context, int place, int count, MinutiaBits& partners) {
-  static_assert(sizeof(SeedRecord) == 8);
-  const SeedRecord& seed = context.seeds[place];
-  const __m512i byte = _mm512_set1_epi32(0xFF);
-  const __m512i even = _mm512_setr_epi32(0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
-  const int reach = ScaledReach(EngineParams::seedAngleTolerance);
-  const __m512i turn = _mm512_set1_epi32(context.seedTurn[place] - reach);
-  for (int word = 0; word < WordsFor(count); word++) partners.words[word] = 0;
-  uint64_t any = 0;
+int ListPartners(const EngineContext& context, int place, int count, SeedPair* pairs) {
+  const SeedPlaces& seeds = context.seedPlaces;
+  constexpr int reach = ScaledReach(EngineParams::seedAngleTolerance);
+  constexpr int separation2 = EngineParams::minSeedSeparation * EngineParams::minSeedSeparation;
+  const __m256i leastTurn = _mm256_set1_epi16(static_cast<int16_t>(seeds.turn[place] - reach));
+  const __m512i lane = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+  int listed = 0;
   for (int k = 0; k < count; k += 16) {
-    const __m512i others =
-        _mm512_permutex2var_epi32(Load(context.seeds + k), even, Load(context.seeds + k + 8));
-    const __m512i probes = _mm512_and_si512(others, byte);
-    const __m512i mates = _mm512_and_si512(_mm512_srli_epi32(others, 8), byte);
-    const __m512i turns = _mm512_cvtepu16_epi32(
-        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(context.seedTurn + k)));
-    auto valid = static_cast<__mmask16>(FirstBits<16>(count - k));
-    valid = _mm512_mask_cmpneq_epi32_mask(valid, probes, _mm512_set1_epi32(seed.seedProbe));
-    valid = _mm512_mask_cmpneq_epi32_mask(valid, mates, _mm512_set1_epi32(seed.seedMate));
-    valid = _mm512_mask_cmple_epu32_mask(
-        valid, _mm512_and_si512(_mm512_sub_epi32(turns, turn), _mm512_set1_epi32(0xFFFF)),
-        _mm512_set1_epi32(2 * reach));
-    const __m512i distance = Distances(context.probeGeometry, seed.seedProbe, probes, valid);
-    const __m512i mateDistance = Distances(context.referenceGeometry, seed.seedMate, mates, valid);
-    valid = _mm512_mask_cmple_epi32_mask(valid,
-                                         _mm512_abs_epi32(_mm512_sub_epi32(distance, mateDistance)),
-                                         _mm512_set1_epi32(EngineParams::seedDistanceTolerance));
-    valid = _mm512_mask_cmpge_epi32_mask(valid, distance,
-                                         _mm512_set1_epi32(EngineParams::minSeedSeparation));
-    const uint64_t bits = valid & FirstBits<16>(count - k);
-    partners.words[k / 64] |= bits << (k % 64);
-    any |= bits;
+    const __m512i distance2 = SquaredDistances(seeds.probe + k, seeds.probe[place]);
+    const __m512i mateDistance2 = SquaredDistances(seeds.mate + k, seeds.mate[place]);
+    const __m512i apart = _mm512_min_epi32(
+        _mm512_abs_epi32(_mm512_sub_epi32(distance2, mateDistance2)), _mm512_set1_epi32(unlike));
+    const __m512i most = _mm512_mullo_epi32(_mm512_add_epi32(distance2, mateDistance2),
+                                            _mm512_set1_epi32(alikeFactor));
+    const __m256i turns = _mm256_sub_epi16(
+        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(seeds.turn + k)), leastTurn);
+    __mmask16 fit =
+        _mm256_cmple_epu16_mask(turns, _mm256_set1_epi16(static_cast<int16_t>(2 * reach)));
+    fit = _mm512_mask_cmple_epi32_mask(fit, _mm512_mullo_epi32(apart, apart), most);
+    fit = _mm512_mask_cmpge_epi32_mask(fit, distance2, _mm512_set1_epi32(separation2));
+    const uint64_t bits = fit & FirstBits<16>(count - k);
+    const __m512i numbered = _mm512_add_epi32(lane, _mm512_set1_epi32(place << 8 | k));
+    _mm256_storeu_si256(
+        reinterpret_cast<__m256i*>(pairs + listed),
+        _mm512_cvtepi32_epi16(_mm512_maskz_compress_epi32(static_cast<__mmask16>(bits), numbered)));
+    listed += platform::CountBits(bits);
   }
-  return any != 0;
+  return listed;
 }
 
 // ---- Moved positions ----
@@ -457,7 +443,6 @@ void ListInside(EngineContext& context, const Position* moved, const MinutiaBits
   const __m512i nextLow = Load(reference.position + 32);
   const __m512i nextHigh = Load(reference.position + 48);
   const __m512i nextTurns = Load(reference.turn + 32);
-  near.count = 0;
   int listed = 0;
   for (int word = 0; word < WordsFor(context.probeGeometry.count); word++) {
     for (uint64_t bits = inside.words[word]; bits != 0; bits &= bits - 1) {
@@ -490,6 +475,14 @@ void ListInside(EngineContext& context, const Position* moved, const MinutiaBits
   near.count = listed;
 }
 
+// Which of the positions the map does not leave out.
+__mmask16 OnMap(const BlockMap& map, __m512i positions) {
+  const __m512i row = _mm512_permutex2var_epi32(Load(map.rows), _mm512_srli_epi32(positions, 20),
+                                                Load(map.rows + BlockMap::size / 2));
+  return _mm512_test_epi32_mask(_mm512_rorv_epi32(row, _mm512_srli_epi32(positions, 4)),
+                                _mm512_set1_epi32(1));
+}
+
 void ListNear(EngineContext& context, const Position* moved, const MinutiaBits& among, int theta,
               int needed) {
   const TemplateGeometry& probe = context.probeGeometry;
@@ -498,13 +491,18 @@ void ListNear(EngineContext& context, const Position* moved, const MinutiaBits& 
   const __m512i upper = Broadcast(box.maxX, box.maxY);
   MinutiaBits inside = {};
   for (int m = 0; m < probe.count; m += 16) {
-    const uint64_t bits = Inside(Load(moved + m), lower, upper) & FirstBits<16>(probe.count - m);
+    const __m512i positions = Load(moved + m);
+    const uint64_t bits = Inside(positions, lower, upper) &
+                          OnMap(context.referenceBlocks, positions) &
+                          FirstBits<16>(probe.count - m);
     inside.words[m / 64] |= bits << (m % 64) & among.words[m / 64];
   }
   int count = 0;
   for (int word = 0; word < WordsFor(probe.count); word++) {
     count += platform::CountBits(inside.words[word]);
   }
+  context.near.count = 0;
+  if (count < needed) return;
   const int referenceCount = context.referenceGeometry.count;
   const auto list = referenceCount <= 32   ? ListInside<1>
                     : referenceCount <= 64 ? ListInside<2>
@@ -569,7 +567,7 @@ void FindSmallest(const int32_t* keys, int count, int chosen, MinutiaBits& small
 }  // namespace
 
 const Kernels avx512Kernels = {"avx512",        FillPairTables,    CastVotes<HalfLanes, FullLanes>,
-                               RankSeeds,       FindPartners,      FitsBesideByTurns,
+                               RankSeeds,       ListPartners,      FitsBesideByTurns,
                                MoveOnto,        ListNear,          avx2::SumHolding,
                                CountNeighbours, avx2::CountBlocks, FindCrowded,
                                FindSmallest};

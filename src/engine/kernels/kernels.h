@@ -88,9 +88,10 @@ struct Kernels {
   // several, ordered by votes, most first, then by index.
   void (*rankSeeds)(EngineContext& context);
 
-  // Tells which of the first `count` seeds may stand beside the seed at `place`:
-  // all that fit, and maybe some that do not. Answers whether any may.
-  bool (*findPartners)(const EngineContext& context, int place, int count, MinutiaBits& partners);
+  // Lists the seed at `place` with those of the first `count` seeds that may be the
+  // second beside it, in order: all that fit, and maybe some that do not. Answers how
+  // many; may write as many as there are seeds, rounded up as a row is.
+  int (*listPartners)(const EngineContext& context, int place, int count, SeedPair* pairs);
 
   // Whether a correspondence fits beside a seed: as far away, and turned alike.
   bool (*fitsBeside)(const EngineContext& context, Correspondence seed, Correspondence other);

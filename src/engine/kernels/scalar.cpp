@@ -69,19 +69,19 @@ void RankSeeds(EngineContext& context) {
   });
 }
 
-bool FindPartners(const EngineContext& context, int place, int count, MinutiaBits& partners) {
+int ListPartners(const EngineContext& context, int place, int count, SeedPair* pairs) {
   const SeedRecord& seed = context.seeds[place];
-  partners = {};
-  bool any = false;
+  int listed = 0;
   for (int k = 0; k < count; k++) {
     const SeedRecord& other = context.seeds[k];
-    if (DistancesFit(DistanceOf(context.probeGeometry, seed.seedProbe, other.seedProbe),
-                     DistanceOf(context.referenceGeometry, seed.seedMate, other.seedMate))) {
-      partners.Add(k);
-      any = true;
+    const int distance = DistanceOf(context.probeGeometry, seed.seedProbe, other.seedProbe);
+    const int mateDistance = DistanceOf(context.referenceGeometry, seed.seedMate, other.seedMate);
+    if (distance < EngineParams::minSeedSeparation || !DistancesFit(distance, mateDistance)) {
+      continue;
     }
+    pairs[listed++] = {static_cast<uint8_t>(k), static_cast<uint8_t>(place)};
   }
-  return any;
+  return listed;
 }
 
 bool IsOn(const Area& area, Point p) {
@@ -200,7 +200,7 @@ void FindSmallest(const int32_t* keys, int count, int chosen, MinutiaBits& small
 }  // namespace
 
 const Kernels scalarKernels = {
-    "scalar", FillPairTables, CastVotes,       RankSeeds,   FindPartners, FitsBeside,  MoveOnto,
+    "scalar", FillPairTables, CastVotes,       RankSeeds,   ListPartners, FitsBeside,  MoveOnto,
     ListNear, SumHolding,     CountNeighbours, CountBlocks, FindCrowded,  FindSmallest};
 
 }  // namespace vxm

@@ -40,13 +40,13 @@ static bool FitsBesideByTurns(const EngineContext& context, Correspondence seed,
   const TemplateGeometry& reference = context.referenceGeometry;
   const int place = PairPlaceOf(seed.probe, other.probe);
   const int matePlace = PairPlaceOf(seed.reference, other.reference);
-  if (!DistancesFit(probe.distance[place], reference.distance[matePlace])) return false;
   constexpr int reach = ScaledReach(EngineParams::seedAngleTolerance);
   const int line = LineTurn(reference, seed.reference, other.reference, matePlace) -
                    LineTurn(probe, seed.probe, other.probe, place);
   const int first = reference.turn[seed.reference] - probe.turn[seed.probe];
   const int second = reference.turn[other.reference] - probe.turn[other.probe];
-  const bool agree = TurnsAgree(line, 0, ScaledReach(EngineParams::lineTolerance)) &
+  const bool agree = DistancesFit(probe.distance[place], reference.distance[matePlace]) &
+                     TurnsAgree(line, 0, ScaledReach(EngineParams::lineTolerance)) &
                      TurnsAgree(first, line, reach) & TurnsAgree(second, line, reach) &
                      TurnsAgree(second, first, reach);
   if (context.scale == Scale::standard) return agree;
@@ -55,6 +55,23 @@ static bool FitsBesideByTurns(const EngineContext& context, Correspondence seed,
   return agree & QualitiesAgree(quality[seed.probe], mateQuality[seed.reference]) &
          QualitiesAgree(quality[other.probe], mateQuality[other.reference]);
 }
+
+// Keeps where a seed lies.
+static void PlaceSeed(EngineContext& context, int place, int probe, int mate) {
+  SeedPlaces& seeds = context.seedPlaces;
+  seeds.probe[place] = context.probeGeometry.position[probe];
+  seeds.mate[place] = context.referenceGeometry.position[mate];
+  seeds.turn[place] = static_cast<uint16_t>(context.referenceGeometry.turn[mate] -
+                                            context.probeGeometry.turn[probe]);
+}
+
+// The squares a, b of lengths that fit have (a - b)^2 at most this times a + b: with t
+// the tolerance and the pixel that rounding hides, |a - b| is below t times the sum of
+// the roots, and the square of that sum at most 2 (a + b).
+constexpr int alikeFactor =
+    2 * (EngineParams::seedDistanceTolerance + 1) * (EngineParams::seedDistanceTolerance + 1);
+// More than any |a - b| of lengths that fit, and its square fits 32 bits.
+constexpr int unlike = 46340;
 
 // Reference pairs with the probe pairs that may agree with them: those from `start` on
 // of which the bit is set.
