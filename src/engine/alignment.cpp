@@ -145,11 +145,20 @@ int MaxWeight(const EngineContext& context) {
   return context.scale == Scale::native ? maxPairWeight : maxStandardPairWeight;
 }
 
+// The most that both passes make of the pairings, times the overlap: the squares of the
+// weights, with support and its rounding in the first, of any seeds in the second.
+int64_t BothPasses(const EngineContext& context, const Attempt& attempt) {
+  const int supported = attempt.weight * maxSupport / 1024 + attempt.matched;
+  const int64_t first = WithSeedFactors(context, supported, attempt.first, attempt.second);
+  const int64_t second = attempt.matched * MaxWeight(context);
+  return first * first + second * second;
+}
+
 // Whether any alignment may lead to passes whose scores add up to this.
 //
 // Both passes weigh the same pairings over the same overlap, the first with the most
 // support, the second without. So their scores are not above that of pairings that
-// weigh the root of both squares.
+// weigh the root of both squares; more is known when it is known what pairs.
 bool MayAddUpTo(EngineContext& context, int minOverlap, int norm, int sum) {
   constexpr int percent = 155;
   static_assert(percent * percent >
@@ -158,7 +167,7 @@ bool MayAddUpTo(EngineContext& context, int minOverlap, int norm, int sum) {
   bool may = false;
   MakeAttempts(context, [&](FitMemory& memory, Attempt& attempt, int&) {
     const int overlap = PairMinutiae(context, memory, attempt, minOverlap, bar);
-    may = overlap != 0 && MayBeat(attempt.matched * bar.mostWeight, overlap, bar.score);
+    may = overlap != 0 && BothPasses(context, attempt) >= (int64_t{bar.score} + 1) * overlap;
     return !may;
   });
   return may;
