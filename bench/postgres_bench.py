@@ -189,6 +189,8 @@ def main() -> None:
                             str(fingers), "--impressions", "1", "--seed", str(seed), "--format",
                             "all"], check=True, stdout=subprocess.DEVNULL)
         with cluster.connect() as session:
+            # A prepared statement would keep its plan, whatever the workers are set to.
+            session.prepare_threshold = None
             session.execute("CREATE EXTENSION vxmkit")
             bench = Bench(session, Library(options.build), options.rounds)
             for extension, (title, kind) in FORMATS.items():
