@@ -56,8 +56,8 @@ Pass TellPass(const EngineContext& context, MatchResult& result) {
   pass.pairs = ListPairs(context, result);
   if (context.scale == vxm::Scale::native) {
     pass.blocks =
-        KernelsFor(context).countBlocks(context.probeGeometry.area, context.referenceGeometry.area,
-                                        result.rotation, {result.dx, result.dy});
+        context.kernels->countBlocks(context.probeGeometry.area, context.referenceGeometry.area,
+                                     result.rotation, {result.dx, result.dy});
     OrientationConsistency(context, result);
     pass.scaledScore = result.score;
   }

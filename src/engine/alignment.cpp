@@ -62,7 +62,7 @@ struct AttemptList {
 // foretold.
 int ListAttempts(const EngineContext& context, int first, int firstCount, int secondCount,
                  AttemptList& list) {
-  const Kernels& kernels = KernelsFor(context);
+  const Kernels& kernels = *context.kernels;
   int pairs = 0;
   for (; first < firstCount && pairs < AttemptList::enough; first++) {
     pairs += kernels.listPartners(context, first, secondCount, list.seeds + pairs);

@@ -44,7 +44,7 @@ bool RidgesAgree(const EngineContext& context, int theta, Correspondence second)
 bool FitsBesideSeed(const EngineContext& context, FitMemory& memory, Correspondence c) {
   if (memory.asked[c.probe] != c.reference) {
     memory.asked[c.probe] = static_cast<int16_t>(c.reference);
-    memory.fits[c.probe] = KernelsFor(context).fitsBeside(context, memory.seed, c);
+    memory.fits[c.probe] = context.kernels->fitsBeside(context, memory.seed, c);
   }
   return memory.fits[c.probe];
 }
@@ -126,8 +126,7 @@ int PairingsNeeded(const Bar& bar, int onReference, int minOverlap, int guess) {
 bool SeedsAgree(const EngineContext& context, Correspondence first, Correspondence second,
                 int& theta) {
   theta = AlignedRotation(context, first, second);
-  return KernelsFor(context).fitsBeside(context, first, second) &
-         RidgesAgree(context, theta, second);
+  return context.kernels->fitsBeside(context, first, second) & RidgesAgree(context, theta, second);
 }
 
 void AlignSeeds(const EngineContext& context, Correspondence first, Correspondence second,
@@ -143,7 +142,7 @@ int PairMinutiae(EngineContext& context, FitMemory& memory, Attempt& attempt, in
                  const Bar& bar) {
   const TemplateGeometry& probe = context.probeGeometry;
   const TemplateGeometry& reference = context.referenceGeometry;
-  const Kernels& kernels = KernelsFor(context);
+  const Kernels& kernels = *context.kernels;
   const int onReference =
       LayOn(kernels, probe, reference.area, Forward(attempt.theta), attempt.shift,
             attempt.first.probe, attempt.second.probe, attempt.onReference, attempt.moved);

@@ -29,7 +29,7 @@ void OrientationConsistency(const EngineContext& context, MatchResult& result) {
   const Area& probe = context.probeGeometry.area;
   const Area& reference = context.referenceGeometry.area;
   const BlockCounts counts =
-      KernelsFor(context).countBlocks(probe, reference, result.rotation, {result.dx, result.dy});
+      context.kernels->countBlocks(probe, reference, result.rotation, {result.dx, result.dy});
   if (counts.overlap == 0) {
     result.score = 0;
     return;

@@ -134,8 +134,11 @@ struct NearList {
   MinutiaBits references[maxRow];
 };
 
+struct Kernels;
+
 struct EngineContext {
   Scale scale;
+  const Kernels* kernels;  // the form of the inner loops that these templates can take
   TemplateGeometry probeGeometry;
   TemplateGeometry referenceGeometry;
   PairList probePairs;

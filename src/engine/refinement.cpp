@@ -120,7 +120,7 @@ int MostRefined(const EngineContext& context, const MatchResult& first) {
 }
 
 void RefineAlignment(EngineContext& context, const MatchResult& first, MatchResult& second) {
-  const Kernels& kernels = KernelsFor(context);
+  const Kernels& kernels = *context.kernels;
   const TemplateGeometry& probe = context.probeGeometry;
   const TemplateGeometry& reference = context.referenceGeometry;
   Pairings pairings = {};

@@ -63,7 +63,7 @@ Neighbourhood NeighbourhoodOf(const EngineContext& context, const TemplateGeomet
                               const MinutiaBits& paired, int minutia) {
   // Standard records are scored without neighbours.
   if (context.scale == Scale::standard) return {1, 1};
-  return ActiveKernels().countNeighbours(geometry, paired, minutia);
+  return context.kernels->countNeighbours(geometry, paired, minutia);
 }
 
 }  // namespace vxm

@@ -28,9 +28,4 @@ int MostRefined(const EngineContext& context, const MatchResult& first);
 
 void RefineAlignment(EngineContext& context, const MatchResult& first, MatchResult& second);
 
-// The form of the inner loops that these templates can be compared with.
-inline const Kernels& KernelsFor(const EngineContext& context) {
-  return HasPlainAngles(context) ? ActiveKernels() : scalarKernels;
-}
-
 }  // namespace vxm

@@ -80,7 +80,8 @@ int CountVotingPairs(const EngineContext& context, const MatchLimits& limits) {
 void VotePairs(EngineContext& context, const MatchLimits& limits) {
   std::fill_n(context.votes, context.probeGeometry.count * context.referenceGeometry.count,
               uint16_t{0});
-  const Kernels& kernels = KernelsFor(context);
+  const Kernels& kernels = HasPlainAngles(context) ? ActiveKernels() : scalarKernels;
+  context.kernels = &kernels;
   kernels.castVotes(context, CountVotingPairs(context, limits), limits);
   kernels.rankSeeds(context);
 }
