@@ -8,18 +8,18 @@
 #include <algorithm>
 #include <cstdlib>
 #include <new>
+#include <numeric>
 
 namespace vxm {
 namespace {
 
 constexpr uint8_t unknownKey = 255;
 
-uint8_t OrderKey(TemplateFormat format, uint8_t probeAttribute, const CandidateEntry& entry) {
+constexpr int orderKeys = 256;
+
+uint8_t OrderKey(TemplateFormat format, uint8_t probeAttribute, const uint8_t* bytes, int size) {
   uint8_t attribute = 0;
-  if (entry.templateData == nullptr ||
-      !ReadAttribute(format, entry.templateData, entry.templateSize, attribute)) {
-    return unknownKey;
-  }
+  if (bytes == nullptr || !ReadAttribute(format, bytes, size, attribute)) return unknownKey;
   return static_cast<uint8_t>(std::abs(attribute - probeAttribute));
 }
 
@@ -41,17 +41,21 @@ bool BuildCandidateList(CandidateList& list, TemplateFormat format, uint8_t prob
                         const unsigned char* const* templates, const int* templateSizes,
                         int templateCount) {
   list.count = std::max(templateCount, 0);
-  list.entries.reset(new (std::nothrow) CandidateEntry[static_cast<size_t>(list.count)]);
-  if (list.entries == nullptr) return false;
-  for (int i = 0; i < list.count; i++) {
-    CandidateEntry& entry = list.entries[static_cast<size_t>(i)];
-    entry = {i, templates[i], 0, templateSizes[i]};
-    entry.orderKey = OrderKey(format, probeAttribute, entry);
+  const auto count = static_cast<size_t>(list.count);
+  list.entries.reset(new (std::nothrow) CandidateEntry[count]);
+  const std::unique_ptr<uint8_t[]> keys(new (std::nothrow) uint8_t[count]);
+  if (list.entries == nullptr || keys == nullptr) return false;
+  // Keys are small, so they are counted, and each says where its entries begin.
+  size_t next[orderKeys + 1] = {};
+  for (size_t i = 0; i < count; i++) {
+    keys[i] = OrderKey(format, probeAttribute, templates[i], templateSizes[i]);
+    next[keys[i] + 1]++;
   }
-  std::sort(list.entries.get(), list.entries.get() + list.count,
-            [](const CandidateEntry& a, const CandidateEntry& b) {
-              return a.orderKey != b.orderKey ? a.orderKey < b.orderKey : a.index < b.index;
-            });
+  std::partial_sum(next, next + orderKeys, next);
+  for (size_t i = 0; i < count; i++) {
+    list.entries[next[keys[i]]++] = {static_cast<int32_t>(i), templates[i], keys[i],
+                                     templateSizes[i]};
+  }
   return true;
 }
 
