@@ -20,16 +20,14 @@ struct MinutiaBits {
 };
 constexpr int WordsFor(int count) { return (count + 63) / 64; }
 
-// Goes through those of the first `count` that are in the set, in order, as long as
-// `take` answers true; answers whether it did to the end.
+// Gives `take` those of the first `count` that are in the set, in order.
 template <typename Take>
-bool ForEachBit(const MinutiaBits& bits, int count, Take take) {
+void ForEachBit(const MinutiaBits& bits, int count, Take take) {
   for (int word = 0; word < WordsFor(count); word++) {
     for (uint64_t left = bits.words[word]; left != 0; left &= left - 1) {
-      if (!take(word * 64 + platform::LowestBit(left))) return false;
+      take(word * 64 + platform::LowestBit(left));
     }
   }
-  return true;
 }
 
 }  // namespace vxm

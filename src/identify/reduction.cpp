@@ -46,7 +46,6 @@ void CopyMinutiae(const MatchWorkspace& source, MatchWorkspace& target, const Mi
     target.quality[kept] = source.quality[i];
     target.type[kept] = source.type[i];
     kept++;
-    return true;
   });
   target.minutiaCount = kept;
   target.gridWidth = source.gridWidth;
