@@ -48,7 +48,7 @@ Correspondence SeedAt(const EngineContext& context, int place) {
   return {context.seeds[place].seedProbe, context.seeds[place].seedMate};
 }
 
-// Alignments that two seeds give.
+// Alignments that two seeds give, some of them at a time.
 struct AttemptList {
   static constexpr int enough = 16;
   static constexpr int room = enough + maxRow;
