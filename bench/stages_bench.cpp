@@ -27,8 +27,7 @@ struct Desk {
 };
 
 void Load(const Touch& touch, vxm::TemplateFormat format, vxm::MatchWorkspace& workspace) {
-  uint8_t attribute = 0;
-  if (vxm::LoadTemplate(format, touch.bytes.data(), touch.Size(), workspace, attribute) !=
+  if (vxm::LoadTemplate(format, touch.bytes.data(), touch.Size(), workspace) !=
       vxm::LoadOutcome::loaded) {
     throw std::runtime_error("a template does not load");
   }

@@ -23,9 +23,8 @@ vxm::TemplateFormat EngineFormat(Format format) {
 LoadedFile Load(const std::string& name) {
   LoadedFile loaded{LoadTemplateFile(name), std::make_unique<vxm::MatchWorkspace>()};
   const TemplateFile& file = loaded.file;
-  uint8_t attribute = 0;
   if (LoadTemplate(EngineFormat(file.inspection.format), file.bytes.data(), file.Size(),
-                   *loaded.workspace, attribute) != vxm::LoadOutcome::loaded) {
+                   *loaded.workspace) != vxm::LoadOutcome::loaded) {
     throw Failure(name + ": refused by the library");
   }
   return loaded;

@@ -1,8 +1,8 @@
 // Identification one candidate at a time. Every format is compared and decided
 // as native here.
-#include "api/decision.h"
-#include "api/matcher.h"
 #include "identify/staged.h"
+#include "matcher/decision.h"
+#include "matcher/matcher.h"
 #include "platform/process_lock.h"
 #include "templates/load.h"
 #include "templates/turn.h"
@@ -34,8 +34,8 @@ bool MatchesEitherWay(Matcher& matcher) {
 int VXM_CALL VXM_IdentifyInit(MatcherHandle handle, const unsigned char* probe, int probeSize) {
   if (handle == nullptr || probe == nullptr) return VXM_ERR_INVALID_PARAMETERS;
   vxm::WorkingSet& set = handle->caller;
-  if (vxm::LoadTemplate(vxm::ExpectedFormat(*handle), probe, probeSize, set.probeWorkspace,
-                        set.probeAttribute) != vxm::LoadOutcome::loaded) {
+  if (vxm::LoadTemplate(vxm::ExpectedFormat(*handle), probe, probeSize, set.probeWorkspace) !=
+      vxm::LoadOutcome::loaded) {
     return VXM_ERR_TEMPLATE_TYPE;
   }
   if (handle->retryTurnedProbe) vxm::TurnWorkspace(handle->spareWorkspace, set.probeWorkspace);
@@ -53,8 +53,7 @@ int VXM_CALL VXM_IdentifyNext(MatcherHandle handle, const unsigned char* candida
   const vxm::ProcessLock lock;
   vxm::WorkingSet& set = handle->caller;
   if (vxm::LoadTemplate(vxm::ExpectedFormat(*handle), candidate, candidateSize,
-                        set.candidateWorkspace,
-                        set.candidateAttribute) != vxm::LoadOutcome::loaded) {
+                        set.candidateWorkspace) != vxm::LoadOutcome::loaded) {
     return VXM_ERR_TEMPLATE_TYPE;
   }
   const bool matches =

@@ -1,7 +1,7 @@
 // Making and deleting matchers.
 #include <new>
 
-#include "api/matcher.h"
+#include "matcher/matcher.h"
 #include "platform/process_lock.h"
 
 int VXM_CALL VXM_Create(MatcherHandle* handle) {

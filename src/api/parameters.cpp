@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "api/matcher.h"
+#include "matcher/matcher.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The half turn of a stored template in the caller's buffer.
-#include "api/matcher.h"
+#include "matcher/matcher.h"
 #include "templates/load.h"
 #include "templates/native_template.h"
 #include "templates/turn.h"
@@ -8,7 +8,7 @@ int VXM_CALL VXM_RotateTemplate(MatcherHandle handle, unsigned char* templateDat
   if (handle == nullptr || templateData == nullptr) return VXM_ERR_INVALID_PARAMETERS;
   const vxm::TemplateFormat format = vxm::RecogniseFormat(templateData, size);
   vxm::WorkingSet& set = handle->caller;
-  if (vxm::LoadTemplate(format, templateData, size, set.probeWorkspace, set.probeAttribute) !=
+  if (vxm::LoadTemplate(format, templateData, size, set.probeWorkspace) !=
       vxm::LoadOutcome::loaded) {
     return VXM_ERR_TEMPLATE_TYPE;
   }
@@ -16,7 +16,7 @@ int VXM_CALL VXM_RotateTemplate(MatcherHandle handle, unsigned char* templateDat
   const vxm::MatchWorkspace& turned = set.candidateWorkspace;
   vxm::TurnWorkspace(set.candidateWorkspace, set.probeWorkspace);
   if (format == vxm::TemplateFormat::native) {
-    vxm::WriteNativeTemplate(turned, set.probeAttribute, templateData, size);
+    vxm::WriteNativeTemplate(turned, templateData, size);
     return VXM_OK;
   }
   const vxm::StandardRecordFields source =

@@ -1,7 +1,7 @@
 // One-to-one comparison: load both templates, score them, decide.
-#include "api/decision.h"
-#include "api/matcher.h"
 #include "engine/match.h"
+#include "matcher/decision.h"
+#include "matcher/matcher.h"
 #include "platform/process_lock.h"
 #include "templates/load.h"
 #include "templates/turn.h"
@@ -36,10 +36,10 @@ int LoadBoth(Matcher& matcher, TemplateFormat format, Bytes first, Bytes second)
   }
   vxm::WorkingSet& set = matcher.caller;
   vxm::ForgetProbe(set.staged);
-  if (vxm::LoadTemplate(format, first.data, first.size, set.probeWorkspace, set.probeAttribute) !=
+  if (vxm::LoadTemplate(format, first.data, first.size, set.probeWorkspace) !=
           LoadOutcome::loaded ||
-      vxm::LoadTemplate(format, second.data, second.size, set.candidateWorkspace,
-                        set.candidateAttribute) != LoadOutcome::loaded) {
+      vxm::LoadTemplate(format, second.data, second.size, set.candidateWorkspace) !=
+          LoadOutcome::loaded) {
     return VXM_ERR_INVALID_PARAMETERS;
   }
   return VXM_OK;

@@ -15,6 +15,7 @@ void CopyWorkspace(MatchWorkspace& target, const MatchWorkspace& source) {
   std::copy_n(source.type, n, target.type);
   target.gridWidth = source.gridWidth;
   target.gridHeight = source.gridHeight;
+  target.templateAttribute = source.templateAttribute;
   for (int row = 0; row < source.gridHeight; row++) {
     std::copy_n(source.orientation[row], source.gridWidth, target.orientation[row]);
   }

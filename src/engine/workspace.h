@@ -28,6 +28,7 @@ struct MatchWorkspace {
   uint8_t type[maxMinutiae];     // 0 ridge ending, 1 bifurcation; others only compared
   uint8_t gridWidth;             // blocks
   uint8_t gridHeight;
+  uint8_t templateAttribute;  // one byte about the whole template; no score rests on it
   // [row][column]: ridge orientation in steps of 1.5 degrees, 0..119, or no
   // ridge. Only gridHeight rows of gridWidth blocks mean anything.
   uint8_t orientation[maxGridBlocks][maxGridBlocks];

@@ -1,8 +1,8 @@
 // The candidate step, the same for every one-to-many search.
 #include "identify/candidate_step.h"
 
-#include "api/decision.h"
 #include "identify/staged.h"
+#include "matcher/decision.h"
 #include "templates/load.h"
 
 namespace vxm {
@@ -10,8 +10,7 @@ namespace vxm {
 StepOutcome CompareCandidate(const Matcher& matcher, WorkingSet& set, const CandidateEntry& entry) {
   const TemplateFormat format = ExpectedFormat(matcher);
   const bool native = format == TemplateFormat::native;
-  switch (LoadTemplate(format, entry.templateData, entry.templateSize, set.candidateWorkspace,
-                       set.candidateAttribute)) {
+  switch (LoadTemplate(format, entry.templateData, entry.templateSize, set.candidateWorkspace)) {
     case LoadOutcome::wrongFormat: return StepOutcome::wrongFormat;
     case LoadOutcome::invalid: return StepOutcome::passedOver;
     case LoadOutcome::loaded: break;

@@ -1,8 +1,8 @@
 // One step of a search: one candidate against the loaded probe.
 #pragma once
 
-#include "api/matcher.h"
 #include "identify/candidates.h"
+#include "matcher/matcher.h"
 
 namespace vxm {
 

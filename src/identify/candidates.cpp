@@ -53,8 +53,7 @@ bool BuildCandidateList(CandidateList& list, TemplateFormat format, uint8_t prob
   }
   std::partial_sum(next, next + orderKeys, next);
   for (size_t i = 0; i < count; i++) {
-    list.entries[next[keys[i]]++] = {static_cast<int32_t>(i), templates[i], keys[i],
-                                     templateSizes[i]};
+    list.entries[next[keys[i]]++] = {static_cast<int32_t>(i), templates[i], templateSizes[i]};
   }
   return true;
 }

@@ -11,7 +11,6 @@ namespace vxm {
 struct CandidateEntry {
   int32_t index;                // of the caller
   const uint8_t* templateData;  // the caller's; may be null
-  uint8_t orderKey;             // difference of templateAttribute from the probe's
   int32_t templateSize;
 };
 

@@ -98,8 +98,8 @@ Ending SearchWithWorker(Pass& pass) {
 
 int LoadProbe(Matcher& matcher, const IdentifyRequest& request, bool turnProbe) {
   WorkingSet& set = matcher.caller;
-  switch (LoadTemplate(ExpectedFormat(matcher), request.probe, request.probeSize,
-                       set.probeWorkspace, set.probeAttribute)) {
+  switch (
+      LoadTemplate(ExpectedFormat(matcher), request.probe, request.probeSize, set.probeWorkspace)) {
     case LoadOutcome::wrongFormat: return VXM_ERR_TEMPLATE_TYPE;
     case LoadOutcome::invalid: return VXM_ERR_INVALID_PARAMETERS;
     case LoadOutcome::loaded: break;
@@ -122,8 +122,9 @@ int IdentifyPass(Matcher& matcher, const IdentifyRequest& request, bool turnProb
   const int status = LoadProbe(matcher, request, turnProbe);
   if (status != VXM_OK) return status;
   Pass pass = {matcher, request.timeout, request.threads};
-  if (!BuildCandidateList(pass.candidates, ExpectedFormat(matcher), matcher.caller.probeAttribute,
-                          request.templates, request.templateSizes, request.templateCount)) {
+  if (!BuildCandidateList(pass.candidates, ExpectedFormat(matcher),
+                          matcher.caller.probeWorkspace.templateAttribute, request.templates,
+                          request.templateSizes, request.templateCount)) {
     return VXM_ERROR;
   }
   pass.startTime = platform::Milliseconds();

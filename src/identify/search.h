@@ -1,7 +1,7 @@
 // One-to-many search.
 #pragma once
 
-#include "api/matcher.h"
+#include "matcher/matcher.h"
 
 namespace vxm {
 

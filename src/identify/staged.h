@@ -2,30 +2,12 @@
 // so a cheap first stage decides whether a full comparison is worth its cost.
 #pragma once
 
-#include "engine/records.h"
+#include "matcher/working_set.h"
 
 namespace vxm {
 
 // Minutiae of a reduced template.
 constexpr int reducedMinutiae = 18;
-
-// What a search keeps of its probe from one candidate to the next: the tables of
-// the full and of the reduced probe, each made when first needed.
-struct StagedContext {
-  EngineContext full;
-  EngineContext reduced;
-  MatchWorkspace reducedProbe;
-  MatchWorkspace reducedCandidate;
-  MatchResult result;
-  bool fullNeedsPrepare = true;
-  bool reducedNeedsPrepare = true;
-};
-
-// To be called whenever another probe is to be compared.
-inline void ForgetProbe(StagedContext& context) {
-  context.fullNeedsPrepare = true;
-  context.reducedNeedsPrepare = true;
-}
 
 // In fast mode the first stage compares reduced copies of both templates, in
 // normal mode the templates themselves under strict tolerances. A score below

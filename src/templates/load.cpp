@@ -6,14 +6,14 @@
 namespace vxm {
 
 LoadOutcome LoadTemplate(TemplateFormat expected, const uint8_t* bytes, int size,
-                         MatchWorkspace& workspace, uint8_t& templateAttribute) {
+                         MatchWorkspace& workspace) {
   if (RecogniseFormat(bytes, size) != expected) return LoadOutcome::wrongFormat;
   if (expected != TemplateFormat::native) {
-    LoadRecord(LayoutOf(expected), bytes, size, workspace, templateAttribute);
+    LoadRecord(LayoutOf(expected), bytes, size, workspace);
     return LoadOutcome::loaded;
   }
   if (!CheckNativeTemplate(bytes, size)) return LoadOutcome::invalid;
-  LoadNativeTemplate(workspace, templateAttribute, bytes);
+  LoadNativeTemplate(workspace, bytes);
   return LoadOutcome::loaded;
 }
 

@@ -10,6 +10,6 @@ enum class LoadOutcome { loaded, wrongFormat, invalid };
 // Loads nothing unless the bytes are of the expected format and, if native,
 // pass their check. Standard records load whatever their state.
 LoadOutcome LoadTemplate(TemplateFormat expected, const uint8_t* bytes, int size,
-                         MatchWorkspace& workspace, uint8_t& templateAttribute);
+                         MatchWorkspace& workspace);
 
 }  // namespace vxm

@@ -1,6 +1,6 @@
 // Checking and loading native templates.
 //
-// In: bytes. Out: a verdict, or a workspace and the templateAttribute.
+// In: bytes. Out: a verdict, or a workspace.
 // The check alone decides what is safe to load, so that the loader can follow
 // the header without a size. A record may lie up to one block beyond the grid,
 // where a half turn can put it; loading clamps it to the grid.
@@ -71,10 +71,9 @@ bool CheckNativeTemplate(const uint8_t* bytes, int size) {
   return true;
 }
 
-void LoadNativeTemplate(MatchWorkspace& workspace, uint8_t& templateAttribute,
-                        const uint8_t* bytes) {
+void LoadNativeTemplate(MatchWorkspace& workspace, const uint8_t* bytes) {
   const NativeLayout layout = ReadLayout(bytes);
-  templateAttribute = bytes[4];
+  workspace.templateAttribute = bytes[4];
   workspace.minutiaCount = layout.minutiaCount;
   workspace.gridWidth = static_cast<uint8_t>(layout.gridWidth);
   workspace.gridHeight = static_cast<uint8_t>(layout.gridHeight);

@@ -23,15 +23,13 @@ namespace vxm {
 bool CheckNativeTemplate(const uint8_t* bytes, int size);
 
 // Unpacks a template that passed the check; coordinates are clamped to the grid.
-void LoadNativeTemplate(MatchWorkspace& workspace, uint8_t& templateAttribute,
-                        const uint8_t* bytes);
+void LoadNativeTemplate(MatchWorkspace& workspace, const uint8_t* bytes);
 
 // Packs a workspace in the richest form that fits: full records with a byte per
 // block, full records with 4-bit codes, or short records with 4-bit codes.
 // Clears the rest of the buffer; writes only zeros for an empty workspace or
 // when no form fits.
-void WriteNativeTemplate(const MatchWorkspace& workspace, uint8_t templateAttribute, uint8_t* bytes,
-                         int size);
+void WriteNativeTemplate(const MatchWorkspace& workspace, uint8_t* bytes, int size);
 
 // The layout that a header describes.
 struct NativeLayout {

@@ -65,8 +65,7 @@ NativeLayout ChooseLayout(const MatchWorkspace& workspace, int size) {
 
 }  // namespace
 
-void WriteNativeTemplate(const MatchWorkspace& workspace, uint8_t templateAttribute, uint8_t* bytes,
-                         int size) {
+void WriteNativeTemplate(const MatchWorkspace& workspace, uint8_t* bytes, int size) {
   if (size > 0) std::fill_n(bytes, size, uint8_t{0});
   const NativeLayout layout = ChooseLayout(workspace, size);
   if (layout.minutiaCount == 0 || layout.recordSize == 0) return;
@@ -74,7 +73,7 @@ void WriteNativeTemplate(const MatchWorkspace& workspace, uint8_t templateAttrib
   bytes[1] = Byte(layout.minutiaCount);
   bytes[2] = Byte(layout.gridWidth | (layout.byteMap ? 0x80 : 0));
   bytes[3] = Byte(layout.gridHeight);
-  bytes[4] = templateAttribute;
+  bytes[4] = workspace.templateAttribute;
   bytes[6] = 'V';
   bytes[7] = 'X';
   uint8_t* record = bytes + nativeHeaderSize;

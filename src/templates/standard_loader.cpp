@@ -117,7 +117,7 @@ BlockRange BlocksAround(int min, int max) {
 }  // namespace
 
 void LoadRecord(const RecordLayout& layout, const uint8_t* record, int size,
-                MatchWorkspace& workspace, uint8_t& templateAttribute) {
+                MatchWorkspace& workspace) {
   const StandardRecordFields fields = ReadRecord(layout, record, size);
   Minutiae minutiae;
   ReadMinutiae(layout, fields, {record, size}, minutiae);
@@ -140,7 +140,7 @@ void LoadRecord(const RecordLayout& layout, const uint8_t* record, int size,
   workspace.gridWidth = static_cast<uint8_t>(kept == 0 ? 1 : columns.count);
   workspace.gridHeight = static_cast<uint8_t>(kept == 0 ? 1 : rows.count);
   std::fill_n(workspace.orientation[0], workspace.gridHeight * maxGridBlocks, uint8_t{0});
-  templateAttribute = fields.templateAttribute;
+  workspace.templateAttribute = fields.templateAttribute;
 }
 
 }  // namespace vxm

@@ -65,7 +65,7 @@ bool ReadCandidateAttribute(const RecordLayout& layout, const uint8_t* record, i
 // Loads a record of any quality: minutiae outside the image or the 64 x 64
 // blocks are dropped, those left ordered by y, then x. Sets the grid to 0.
 void LoadRecord(const RecordLayout& layout, const uint8_t* record, int size,
-                MatchWorkspace& workspace, uint8_t& templateAttribute);
+                MatchWorkspace& workspace);
 
 // Writes as many minutiae as fit; nothing when not even none does. Bytes beyond
 // the record are left as they were.

@@ -63,13 +63,13 @@ void PutMinutia(ByteWriter& writer, const MatchWorkspace& workspace, int i, Temp
 }
 
 void PutMinutiae(ByteWriter& writer, const MatchWorkspace& workspace, int count,
-                 TemplateFormat format, uint8_t templateAttribute) {
+                 TemplateFormat format) {
   writer.U8(count);
   for (int i = 0; i < count; i++) PutMinutia(writer, workspace, i, format);
   writer.U16(attributeFieldSize);
   writer.U16(attributeFieldType);
   writer.U16(attributeFieldSize);
-  writer.U8(templateAttribute);
+  writer.U8(workspace.templateAttribute);
 }
 
 }  // namespace
@@ -86,7 +86,7 @@ void WriteIsoRecord(const MatchWorkspace& workspace, const StandardRecordFields&
   writer.U8(0);    // finger position
   writer.U8(0);    // view number and impression type
   writer.U8(100);  // finger quality
-  PutMinutiae(writer, workspace, count, TemplateFormat::iso, source.templateAttribute);
+  PutMinutiae(writer, workspace, count, TemplateFormat::iso);
 }
 
 void WriteAnsiRecord(const MatchWorkspace& workspace, const StandardRecordFields& source,
@@ -103,7 +103,7 @@ void WriteAnsiRecord(const MatchWorkspace& workspace, const StandardRecordFields
   writer.U8(source.fingerPosition);
   writer.U8(source.impressionType);
   writer.U8(source.fingerQuality);
-  PutMinutiae(writer, workspace, count, TemplateFormat::ansi, source.templateAttribute);
+  PutMinutiae(writer, workspace, count, TemplateFormat::ansi);
 }
 
 }  // namespace vxm

@@ -12,6 +12,7 @@ void TurnWorkspace(MatchWorkspace& target, const MatchWorkspace& source) {
   target.minutiaCount = n;
   target.gridWidth = source.gridWidth;
   target.gridHeight = source.gridHeight;
+  target.templateAttribute = source.templateAttribute;
   for (int i = 0; i < n; i++) {
     const int j = n - 1 - i;
     const int angle = source.angle[j];

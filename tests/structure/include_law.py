@@ -61,10 +61,12 @@ LAWS = (
     Law("src/engine/kernels/", ("src/engine/", "src/platform/cpu.h", "src/platform/avx"),
         PLAIN_HEADERS | VECTOR_HEADERS, PURE),
     Law("src/templates/", ("src/templates/", *ENGINE_RECORDS), None, (NO_SYSTEM, NO_FLOATS)),
+    Law("src/matcher/",
+        ("src/matcher/", *ENGINE_RECORDS, "src/templates/standard_record.h", "src/platform/",
+         HEADER), None, (NO_SYSTEM, NO_FLOATS)),
     Law("src/identify/",
-        ("src/identify/", "src/engine/", "src/templates/", "src/platform/", "src/api/matcher.h",
-         "src/api/decision.h",
-         HEADER), None, (NO_SYSTEM,)),
+        ("src/identify/", "src/matcher/", "src/engine/", "src/templates/", "src/platform/",
+         HEADER), None, (NO_SYSTEM, NO_FLOATS)),
     Law("src/api/", ("src/", HEADER), None, (NO_SYSTEM,)),
     Law("apps/", ("apps/", HEADER)),
     Law("apps/explain/", ("apps/", "src/")),
@@ -84,6 +86,10 @@ SKIPPED_FOLDERS = re.compile(r"\..*|build.*|out.*|__pycache__|node_modules")
 # Names that tools look for, one to a folder.
 REPEATED_NAMES = frozenset("CMakeLists.txt README.md Makefile package.json .gitignore .clang-tidy".split())
 TEST_STEM = re.compile(r"(.+)_test")
+
+# A folder of the library with all below it. What the laws allow may not lead from one
+# of them back to it.
+ROOM = re.compile(r"src/[^/]+/")
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]', re.MULTILINE)
 COMMENT_OR_TEXT = re.compile(
@@ -113,15 +119,22 @@ def law_of(path: str) -> Law | None:
     return max(laws, key=lambda law: len(law.folder), default=None)
 
 
-def include_breaches(path: str, text: str, law: Law, files: list[str]) -> Iterator[str]:
+def included_files(path: str, text: str, files: list[str]) -> Iterator[tuple[re.Match[str], list[str]]]:
+    """Each include with the files of the tree that it could mean."""
     neighbours = path.rpartition("/")[0]
     for match in INCLUDE.finditer(text):
-        bracket, name = match.groups()
-        where = f"{path}:{text.count(chr(10), 0, match.start(2)) + 1}"
+        name = match.group(2)
         # Names are unique, so the end of a path is enough to know the file.
         own = [file for file in files if f"/{file}".endswith(f"/{name}")]
         if f"{neighbours}/{name}" in own:
             own = [f"{neighbours}/{name}"]
+        yield match, own
+
+
+def include_breaches(path: str, text: str, law: Law, files: list[str]) -> Iterator[str]:
+    for match, own in included_files(path, text, files):
+        bracket, name = match.groups()
+        where = f"{path}:{text.count(chr(10), 0, match.start(2)) + 1}"
         if len(own) == 1:
             if not own[0].startswith(law.may_include):
                 yield f"{where}: {law.folder} may not include {own[0]}"
@@ -131,6 +144,24 @@ def include_breaches(path: str, text: str, law: Law, files: list[str]) -> Iterat
             yield f"{where}: no file of the tree is \"{name}\""
         elif law.system_headers is not None and name not in law.system_headers:
             yield f"{where}: {law.folder} may not include <{name}>"
+
+
+def circles(arrows: dict[str, dict[str, str]]) -> Iterator[str]:
+    """Names the include that closes a circle of rooms, for each circle met."""
+    finished: set[str] = set()
+
+    def walk(room: str, way: tuple[str, ...]) -> Iterator[str]:
+        for target, where in sorted(arrows.get(room, {}).items()):
+            if target in way:
+                circle = (*way[way.index(target):], target)
+                yield f"{where}: leads round: {' -> '.join(circle)}"
+            elif target not in finished:
+                yield from walk(target, (*way, target))
+        finished.add(room)
+
+    for room in sorted(arrows):
+        if room not in finished:
+            yield from walk(room, (room,))
 
 
 def content_breaches(path: str, text: str, law: Law) -> Iterator[str]:
@@ -158,6 +189,7 @@ def name_breaches(files: list[str]) -> Iterator[str]:
 
 def breaches(tree: Path) -> Iterator[str]:
     files = list(files_below(tree))
+    arrows: dict[str, dict[str, str]] = {}  # room -> room that it includes -> where
     yield from name_breaches(files)
     for path in files:
         if not path.endswith(CODE_SUFFIXES):
@@ -169,6 +201,12 @@ def breaches(tree: Path) -> Iterator[str]:
         text = (tree / path).read_text(encoding="utf-8")
         yield from include_breaches(path, text, law, files)
         yield from content_breaches(path, text, law)
+        for _, own in included_files(path, text, files):
+            rooms = [found.group() for found in map(ROOM.match, [path, *own]) if found]
+            allowed = own and own[0].startswith(law.may_include)
+            if allowed and len(rooms) == 2 and rooms[0] != rooms[1]:
+                arrows.setdefault(rooms[0], {}).setdefault(rooms[1], path)
+    yield from circles(arrows)
 
 
 def main() -> int:

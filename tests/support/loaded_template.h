@@ -10,7 +10,6 @@
 
 struct LoadedTemplate {
   vxm::MatchWorkspace workspace = {};
-  uint8_t attribute = 0;
 };
 
 // Throws where the bytes are no template of the format that they seem to be.
@@ -18,7 +17,7 @@ inline std::unique_ptr<LoadedTemplate> Load(const std::vector<uint8_t>& bytes) {
   auto loaded = std::make_unique<LoadedTemplate>();
   const int size = static_cast<int>(bytes.size());
   if (vxm::LoadTemplate(vxm::RecogniseFormat(bytes.data(), size), bytes.data(), size,
-                        loaded->workspace, loaded->attribute) != vxm::LoadOutcome::loaded) {
+                        loaded->workspace) != vxm::LoadOutcome::loaded) {
     throw std::runtime_error("a test's template does not load");
   }
   return loaded;

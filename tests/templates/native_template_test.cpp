@@ -17,7 +17,7 @@ using vxmsynth::NativeForm;
 
 Bytes Write(const LoadedTemplate& loaded, int size) {
   Bytes bytes(static_cast<size_t>(size), 0xEE);
-  vxm::WriteNativeTemplate(loaded.workspace, loaded.attribute, bytes.data(), size);
+  vxm::WriteNativeTemplate(loaded.workspace, bytes.data(), size);
   return bytes;
 }
 
@@ -129,7 +129,7 @@ TEST(NativeWriteTest, WhatDoesNotFitIsCutOrLeftOut) {
   EXPECT_EQ(Write(large, 13), brief);
   EXPECT_EQ(Write(large, 12), Bytes(12, 0)) << "no form fits";
   EXPECT_EQ(Write(LoadedTemplate(), 100), Bytes(100, 0)) << "no minutiae";
-  vxm::WriteNativeTemplate(w, 0, nullptr, -1);
+  vxm::WriteNativeTemplate(w, nullptr, -1);
 }
 
 }  // namespace

@@ -206,7 +206,7 @@ TEST(RecordAttributeTest, ExtendedDataOrReservedByte) {
       Bytes record = With(RecordOf(type, {{20, 20}, {30, 30}}), FieldAt(type, 23), reserved);
       record.resize(record.size() - 2);
       record.insert(record.end(), c.extended.begin(), c.extended.end());
-      EXPECT_EQ(Load(record)->attribute, c.loaded);
+      EXPECT_EQ(Load(record)->workspace.templateAttribute, c.loaded);
       uint8_t attribute = 0;
       const bool found = vxm::ReadCandidateAttribute(LayoutOf(type), record.data(),
                                                      static_cast<int>(record.size()), attribute);

@@ -3,24 +3,14 @@
 // allocates for a comparison.
 #pragma once
 
-#include <cstdint>
 #include <memory>
 
-#include "identify/staged.h"
+#include "matcher/working_set.h"
 #include "platform/platform.h"
 #include "templates/standard_record.h"
 #include "vxmkit.h"
 
 namespace vxm {
-
-// What one thread needs to compare a probe with candidates.
-struct WorkingSet {
-  MatchWorkspace probeWorkspace;
-  MatchWorkspace candidateWorkspace;
-  uint8_t probeAttribute;      // templateAttribute of the loaded probe
-  uint8_t candidateAttribute;  // and of the loaded candidate
-  StagedContext staged;
-};
 
 struct EventDeleter {
   void operator()(platform::Event* event) const { platform::DestroyEvent(event); }
