@@ -79,8 +79,8 @@ void RequireValid(const Template* source, const char* role) {
   if (source->type == 0) {
     ereport(ERROR, (errcode(ERRCODE_INVALID_BINARY_REPRESENTATION),
                     errmsg("%s is not a valid template", role),
-                    errdetail("It has %d bytes; no template has more than %d.", source->size,
-                              MAX_TEMPLATE_SIZE)));
+                    errdetail("It has %d bytes; a template has %d to %d.", source->size,
+                              MIN_TEMPLATE_SIZE, MAX_TEMPLATE_SIZE)));
   }
   if (!IsValid(source)) {
     ereport(ERROR, (errcode(ERRCODE_INVALID_BINARY_REPRESENTATION),

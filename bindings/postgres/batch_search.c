@@ -2,8 +2,9 @@
 
    Candidates are gathered and handed to VXM_Identify by batches, which prepares
    the probe once a batch: for standard records that is cheaper than one at a time.
-   VXM_Identify ends at its first match, so a batch with a match is searched again
-   without it until nothing is found; matches are rare.
+   VXM_Identify ends at its first match, and says of a time limit only that it has
+   passed; so a batch with a match, or one that takes long, is compared one candidate
+   at a time. Both are rare.
 
    In a parallel scan each worker gathers for itself; what goes from it to the
    leader (serialize, combine) are the ids found. */
@@ -24,8 +25,12 @@ PG_FUNCTION_INFO_V1(vxm_search_serialize);
 PG_FUNCTION_INFO_V1(vxm_search_deserialize);
 PG_FUNCTION_INFO_V1(vxm_search_result);
 
-/* Enough to make the probe's share small; a cancelled query waits for one batch. */
+/* Enough to make the probe's share small. */
 #define BATCH_SIZE 128
+
+/* In milliseconds: what a cancelled query waits for, beside one comparison. Batches
+   take less than one. */
+#define BATCH_TIME 100
 
 typedef struct BatchSearch {
   Search search;
@@ -63,19 +68,29 @@ static void AddFound(BatchSearch* batch, Datum id) {
   batch->found = accumArrayResult(batch->found, id, false, TEXTOID, batch->context);
 }
 
+static Template Gathered(const BatchSearch* batch, int i) {
+  return (Template){batch->templates[i], batch->sizes[i], batch->search.probe.type};
+}
+
+/* Whether a call for the whole batch tells that nothing in it matches. */
+static bool NothingMatches(BatchSearch* batch) {
+  const Template* probe = &batch->search.probe;
+  int match = -1;
+  const int status = VXM_Identify(TakeMatcher(probe->type, &batch->search.settings), probe->bytes,
+                                  probe->size, batch->templates, batch->sizes, batch->count,
+                                  BATCH_TIME, &match);
+  if (status != VXM_ERR_MATCH_TIMEOUT && status != VXM_ERR_TEMPLATE_TYPE) RequireOk(status);
+  return status == VXM_OK && match < 0;
+}
+
 /* Searches what is gathered, and gathers anew. */
 static void SearchBatch(BatchSearch* batch) {
-  const Template* probe = &batch->search.probe;
-  int match = 0;
   CHECK_FOR_INTERRUPTS();
-  while (batch->count > 0 && match >= 0) {
-    MatcherHandle matcher = TakeMatcher(probe->type, &batch->search.settings);
-    RequireOk(VXM_Identify(matcher, probe->bytes, probe->size, batch->templates, batch->sizes,
-                           batch->count, 0, &match));
-    if (match >= 0) {
-      const Template candidate = {batch->templates[match], batch->sizes[match], probe->type};
-      if (IsValid(&candidate)) AddFound(batch, PointerGetDatum(batch->ids[match]));
-      batch->templates[match] = NULL;
+  if (batch->count > 0 && !NothingMatches(batch)) {
+    for (int i = 0; i < batch->count; ++i) {
+      const Template candidate = Gathered(batch, i);
+      CHECK_FOR_INTERRUPTS();
+      if (Matches(&batch->search, &candidate)) AddFound(batch, PointerGetDatum(batch->ids[i]));
     }
   }
   batch->count = 0;

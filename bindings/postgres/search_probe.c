@@ -27,3 +27,39 @@ void BeginSearch(Search* search, MemoryContext context, const struct varlena* pr
   }
   *search = begun;
 }
+
+static MatcherHandle MatcherWithProbe(Search* search) {
+  const Template* probe = &search->probe;
+  MatcherHandle matcher = KeptMatcher(search->ticket);
+  if (matcher == NULL) {
+    matcher = TakeMatcher(probe->type, &search->settings);
+    if (probe->type == TEMPLATE_NATIVE) {
+      RequireOk(VXM_IdentifyInit(matcher, probe->bytes, probe->size));
+    }
+    search->ticket = KeepMatcher();
+  }
+  return matcher;
+}
+
+/* The matcher keeps what it prepared of a native probe, until another call takes the
+   matcher. VXM_IdentifyNext would decide standard records as if they were native; for
+   them VXM_Identify is called with one candidate, which prepares the probe each time.
+   vxm_search (see batch_search.c) saves that. */
+bool Matches(Search* search, const Template* candidate) {
+  const Template* probe = &search->probe;
+  MatcherHandle matcher = MatcherWithProbe(search);
+  int matched = 0;
+  int found = -1;
+  int status;
+  if (probe->type == TEMPLATE_NATIVE) {
+    status = VXM_IdentifyNext(matcher, candidate->bytes, candidate->size, &matched);
+  } else {
+    status = VXM_Identify(matcher, probe->bytes, probe->size, &candidate->bytes, &candidate->size,
+                          1, 0, &found);
+    /* Identification takes any record that can be read; a broken one is no match. */
+    matched = found == 0 && IsValid(candidate);
+  }
+  if (status == VXM_ERR_TEMPLATE_TYPE) return false; /* an invalid candidate */
+  RequireOk(status);
+  return matched != 0;
+}

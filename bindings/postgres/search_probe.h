@@ -20,6 +20,9 @@ extern bool IsOfSearch(const Search* search, const struct varlena* probe, const 
 extern void BeginSearch(Search* search, MemoryContext context, const struct varlena* probe,
                         const Settings* settings);
 
+/* Whether a candidate of the probe's format matches; not, if it is invalid. */
+extern bool Matches(Search* search, const Template* candidate);
+
 extern void* CopyBytes(MemoryContext context, const void* bytes, Size size);
 
 #endif

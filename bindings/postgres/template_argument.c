@@ -18,7 +18,7 @@ static int WordAt(const Template* source, int offset) {
 }
 
 static int TypeOf(const Template* source) {
-  if (source->size < 4 || memcmp(source->bytes, "FMR", 4) != 0) return TEMPLATE_NATIVE;
+  if (memcmp(source->bytes, "FMR", 4) != 0) return TEMPLATE_NATIVE;
   /* The length of an ANSI record stands where an ISO record has the upper, zero
      half of its own. */
   return WordAt(source, 8) != 0 ? TEMPLATE_ANSI378 : TEMPLATE_ISO19794_2;
@@ -27,7 +27,7 @@ static int TypeOf(const Template* source) {
 Template TemplateFromDatum(Datum datum) {
   const Size size = toast_raw_datum_size(datum) - VARHDRSZ;
   Template result = {NULL, (int)size, 0};
-  if (size <= MAX_TEMPLATE_SIZE) {
+  if (size >= MIN_TEMPLATE_SIZE && size <= MAX_TEMPLATE_SIZE) {
     const struct varlena* value = PG_DETOAST_DATUM_PACKED(datum);
     result.bytes = (const unsigned char*)VARDATA_ANY(value);
     result.type = TypeOf(&result);

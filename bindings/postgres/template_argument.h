@@ -12,8 +12,12 @@
 typedef struct Template {
   const unsigned char* bytes;
   int size;
-  int type; /* TEMPLATE_..., by the first bytes; 0: too large for any */
+  int type; /* TEMPLATE_..., by the first bytes; 0: too short or too large for any */
 } Template;
+
+/* No format has less: a native header, one short record and one byte of map. So
+   what the first ten bytes tell is there in all that is given a type. */
+#define MIN_TEMPLATE_SIZE 13
 
 /* No format has more: a longer record is not recognisable as ISO, the others
    count in two bytes or less. Anything larger is refused without being fetched. */

@@ -7,7 +7,6 @@ import os
 import re
 import sqlite3
 import subprocess
-import sys
 import tempfile
 import threading
 import time
@@ -16,26 +15,12 @@ from pathlib import Path
 
 import psycopg
 
-HERE = Path(__file__).resolve().parent
-ROOT = HERE.parents[1]
-sys.path.insert(0, str(HERE.parent / "support"))
+from extension_setup import HERE, documented, load, set_up
+from private_cluster import Cluster, configured
 
-from private_cluster import Cluster, configured, private_cluster, staged  # noqa: E402
-
-build = Path(sys.argv.pop(1)).resolve()
 cluster: Cluster
+fingers: Path  # a folder of them
 folder: Path
-
-
-def vxm(*arguments: object) -> None:
-    subprocess.run([build / "apps/vxm/vxm", *map(str, arguments)], check=True,
-                   stdout=subprocess.DEVNULL)
-
-
-def load(*arguments: object) -> subprocess.CompletedProcess[str]:
-    return subprocess.run([sys.executable, "-m", "vxmkit.load", *map(str, arguments)],
-                          env={**os.environ, "PYTHONPATH": str(ROOT / "bindings/python")},
-                          capture_output=True, text=True, timeout=120)
 
 
 def new_database(name: str, server: int = 0) -> str:
@@ -46,31 +31,19 @@ def new_database(name: str, server: int = 0) -> str:
     return cluster.dsn(server, name)
 
 
-def documented(title: str, **replaced: str) -> str:
-    """The SQL in docs/large-galleries.md that begins with a comment of this title."""
-    document = (ROOT / "docs/large-galleries.md").read_text(encoding="utf-8")
-    text, = re.findall(rf"^```sql\n-- {re.escape(title)}:\n(.*?)^```", document, re.M | re.S)
-    for word, value in replaced.items():
-        text = text.replace(word, value)
-    return text
-
-
 def finger(name: str) -> bytes:
-    return (folder / "fingers" / name).read_bytes()
+    return (fingers / name).read_bytes()
 
 
 def setUpModule() -> None:
-    global cluster, folder
+    global cluster, fingers, folder
+    cluster, fingers = set_up(3)
     folder = Path(unittest.enterModuleContext(tempfile.TemporaryDirectory()))
-    cluster = unittest.enterModuleContext(private_cluster(*staged(build), 3))
-    vxm("synth", folder / "fingers", "--fingers", 6, "--impressions", 2, "--seed", 7,
-        "--format", "all")
-    vxm("rotate", folder / "fingers/001_1.vxt", folder / "fingers/turned.vxt")
 
 
 class Regression(unittest.TestCase):
     def test_regression(self) -> None:
-        loaded = load(folder / "fingers", new_database("regress"), "--table", "fingers")
+        loaded = load(fingers, new_database("regress"), "--table", "fingers")
         self.assertEqual(loaded.returncode, 0, loaded.stderr)
         upgrade = configured("--sharedir").relative_to("/") / "extension/vxmkit--1.0--test.sql"
         (cluster.folder / "stage" / upgrade).write_text(
@@ -102,7 +75,7 @@ class SeveralServers(unittest.TestCase):
         cls.front.execute(documented(
             "On the front", **{f"host 'db{i}'": f"host '{cluster.folder}', port '{5433 + i}'"
                                for i in (0, 1)}, **{"user 'front'": "user 'postgres'"}))
-        loaded = load(folder / "fingers", cluster.dsn(0, "gallery"))
+        loaded = load(fingers, cluster.dsn(0, "gallery"))
         assert loaded.returncode == 0, loaded.stderr
 
     def ask(self, title: str, probe: str, before: str = "") -> list[tuple]:
@@ -163,7 +136,7 @@ class OneServer(unittest.TestCase):
 
     def test_roles(self) -> None:
         self.session.execute(documented("Roles"))
-        load(folder / "fingers", self.dsn)
+        load(fingers, self.dsn)
         search = "SELECT search_gallery(%s)"
         for role, statement, allowed in (
                 ("gallery_match", search, True), ("gallery_match", "SELECT id FROM gallery", False),
@@ -185,7 +158,7 @@ class OneServer(unittest.TestCase):
                     self.session.execute("RESET ROLE")
 
     def test_other_documented_statements(self) -> None:
-        load(folder / "fingers", self.dsn)
+        load(fingers, self.dsn)
         for title in ("Cores", "After a load", "Faulty templates of a table without the check",
                       "After such a release"):
             for statement in documented(title).split(";")[:-1]:
@@ -227,9 +200,9 @@ class OneServer(unittest.TestCase):
     def test_loader_failures(self) -> None:
         for arguments, message in (
                 ((folder / "none", self.dsn), "neither a folder nor a file"),
-                ((folder / "fingers/001_1.iso", self.dsn), "file is not a database"),
-                ((folder / "fingers", self.dsn + "x"), 'database "onex" does not exist'),
-                ((folder / "fingers", cluster.dsn(0)), "CREATE EXTENSION vxmkit")):
+                ((fingers / "001_1.iso", self.dsn), "file is not a database"),
+                ((fingers, self.dsn + "x"), 'database "onex" does not exist'),
+                ((fingers, cluster.dsn(0)), "CREATE EXTENSION vxmkit")):
             with self.subTest(message=message):
                 failed = load(*arguments)
                 self.assertEqual(failed.returncode, 2)
@@ -248,7 +221,7 @@ class Faults(unittest.TestCase):
     @classmethod
     def setUpClass(cls) -> None:
         dsn = new_database("faults")
-        loaded = load(folder / "fingers", dsn, "--table", "fingers")
+        loaded = load(fingers, dsn, "--table", "fingers")
         assert loaded.returncode == 0, loaded.stderr
 
     def connect(self) -> psycopg.Connection:
@@ -291,6 +264,10 @@ class Faults(unittest.TestCase):
                     os.kill(pid, 9)
                 thread.join()
                 self.assertTrue(error)
+                if not end:  # the server ends all other sessions before it starts again
+                    with self.assertRaises(psycopg.OperationalError):
+                        while other.execute("SELECT 1"):
+                            time.sleep(0.05)
                 cluster.wait(0)
                 self.check(self.connect())
 

@@ -1,0 +1,107 @@
+"""Searches in PostgreSQL against the library itself, and what ends them.
+
+Run as: test_search.py BUILD_FOLDER
+"""
+import ctypes
+import random
+import threading
+import time
+import unittest
+from pathlib import Path
+
+import psycopg
+
+from extension_setup import build, set_up
+from private_cluster import Cluster
+
+cluster: Cluster
+fingers: Path
+
+
+def setUpModule() -> None:
+    global cluster, fingers
+    cluster, fingers = set_up(1)
+    with cluster.connect() as session:
+        session.execute("CREATE EXTENSION vxmkit; CREATE TABLE rows (id integer, template bytea)")
+
+
+def fill(session: psycopg.Connection, templates: list[bytes]) -> None:
+    session.execute("TRUNCATE rows")
+    with session.cursor().copy("COPY rows FROM STDIN") as copy:
+        for row in enumerate(templates):
+            copy.write_row(row)
+
+
+class Answers(unittest.TestCase):
+    def test_prefixes_and_mutations(self) -> None:
+        """The answer for each row is the library's, whatever lies in the others."""
+        random.seed(7)
+        kinds = {2001: "vxt", 2002: "iso", 2003: "ansi"}
+        rows = [b"FMR", b"FMR\0 20\0\1\1"]
+        for suffix in kinds.values():
+            whole = [(fingers / f"001_{i}.{suffix}").read_bytes() for i in (1, 2)]
+            rows += [whole[1][:size] for size in range(len(whole[1]) + 1)]
+            for _ in range(2000):
+                row = bytearray(random.choice(whole))
+                for _ in range(random.choice((1, 1, 2, 8))):
+                    # Mostly where counts and lengths are.
+                    place = random.choice((random.randrange(32), random.randrange(len(row))))
+                    row[place] = random.choice((0, 1, 255, random.randrange(256)))
+                rows.append(bytes(row[:random.choice((len(row), random.randrange(len(row)))) or 1]))
+        library = ctypes.CDLL(str(build / "src/libvxmkit.so.3"))
+        matcher, score = ctypes.c_void_p(), ctypes.c_float()
+        self.assertEqual(library.VXM_Create(ctypes.byref(matcher)), 0)
+
+        def library_finds(probe: bytes, row: bytes) -> tuple[bool, bool]:
+            """In the staged comparison, and in the full one."""
+            found, verified = ctypes.c_int(-1), ctypes.c_int(0)
+            library.VXM_Identify(matcher, probe, len(probe), (ctypes.c_char_p * 1)(row),
+                                 (ctypes.c_int * 1)(len(row)), 1, 0, ctypes.byref(found))
+            status = library.VXM_VerifyEx(matcher, probe, len(probe), row, len(row),
+                                          ctypes.byref(score), ctypes.byref(verified))
+            return status == 0 and found.value == 0, status == 0 and verified.value == 1
+
+        with cluster.connect() as session:
+            fill(session, rows)
+            for kind, suffix in kinds.items():
+                library.VXM_SetTemplateType(matcher, kind)
+                probe = (fingers / f"001_1.{suffix}").read_bytes()
+                answers = [library_finds(probe, row) for row in rows]
+                for query, expected in (
+                        ("SELECT id FROM rows WHERE vxm_matches(%b, template)", 0),
+                        ("SELECT unnest(vxm_search(%b, id::text, template))::integer FROM rows", 0)):
+                    with self.subTest(kind=suffix, query=query):
+                        self.assertEqual({row for row, in session.execute(query, [probe])},
+                                         {i for i, answer in enumerate(answers) if answer[expected]})
+                self.assertGreater(sum(answer[0] for answer in answers), 500)
+
+
+class Interrupts(unittest.TestCase):
+    def test_crowded_rows(self) -> None:
+        """Templates that take longest to compare, and all match."""
+        minutiae = b"".join(
+            ((10 + 2 * (i % 14)) << 30 | (10 + 2 * (i // 14)) << 20 | 90 << 7).to_bytes(5, "big")
+            for i in range(196))
+        crowded = bytes((0x45, 196, 0x80 | 20, 20, 0, 0)) + b"VX" + minutiae + bytes(400)
+        with cluster.connect() as session, cluster.connect() as other:
+            fill(session, [crowded] * 1000)
+            self.assertEqual(session.execute("SELECT vxm_valid(%b)", [crowded]).fetchone(), (True,))
+            for query in ("SELECT vxm_search(%b, id::text, template, 4, false, false) FROM rows",
+                          "SELECT count(*) FROM rows WHERE vxm_matches(%b, template, fast => false)"):
+                for end in ("timeout", "terminate"):
+                    with self.subTest(query=query, end=end), cluster.connect() as searching:
+                        begin = time.monotonic()
+                        if end == "timeout":
+                            searching.execute("SET statement_timeout = 500")
+                        else:
+                            threading.Timer(0.5, lambda pid: other.execute(
+                                "SELECT pg_terminate_backend(%s)", [pid]),
+                                [searching.info.backend_pid]).start()
+                        with self.assertRaises(psycopg.OperationalError):
+                            searching.execute(query, [crowded])
+                        # A second at the most on a machine of its own; of 20 and more in all.
+                        self.assertLess(time.monotonic() - begin, 4)
+
+
+if __name__ == "__main__":
+    unittest.main()
