@@ -42,7 +42,8 @@ void LoadBoth(const Pair& pair, Desk& desk) {
 
 // What fast identification does to a candidate.
 void Reduce(const Pair&, Desk& desk) {
-  vxm::ReduceWorkspace(desk.reference, desk.reduced, vxm::reducedMinutiae, desk.context.scale);
+  vxm::ReduceWorkspace(desk.reference, desk.reduced, vxm::EngineParams::reducedMinutiae,
+                       desk.context.scale);
 }
 
 void PrepareBoth(const Pair&, Desk& desk) {

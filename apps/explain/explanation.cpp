@@ -73,7 +73,8 @@ Explanation Explain(const vxm::MatchWorkspace& probe, const vxm::MatchWorkspace&
   MatchResult first = {};
   const auto match = scale == vxm::Scale::native ? vxm::MatchNative : vxm::MatchStandard;
   const int score = match(probe, reference, *context, first, true);
-  if (std::min(probe.minutiaCount, reference.minutiaCount) < vxm::minMinutiae) return told;
+  if (std::min(probe.minutiaCount, reference.minutiaCount) < vxm::EngineParams::minMinutiae)
+    return told;
 
   told.candidates = ListCandidates(*context);
   told.seeds = ListSeeds(*context);
@@ -84,15 +85,14 @@ Explanation Explain(const vxm::MatchWorkspace& probe, const vxm::MatchWorkspace&
   told.overlap = first.overlap;
   told.first = TellPass(*context, first);
   told.score = told.first->scaledScore;
-  constexpr int clearScore = 1000;
-  if (told.score >= 1 && told.score < clearScore) {
+  if (told.score >= 1 && told.score < vxm::EngineParams::clearScore) {
     MatchResult second = {};
     RefineAlignment(*context, first, second);
     told.second = TellPass(*context, second);
     told.score = (told.score + told.second->scaledScore) / 2;
   }
-  told.factor = scale == vxm::Scale::standard ? 2 : 1;
-  told.score = std::min(told.score * told.factor, 9999);
+  told.factor = scale == vxm::Scale::standard ? vxm::EngineParams::standardScaling : 1;
+  told.score = std::min(told.score * told.factor, vxm::EngineParams::maxScore);
   if (told.score != score) throw std::logic_error("the stages do not add up to the score");
   return told;
 }

@@ -17,23 +17,16 @@
 namespace vxm {
 namespace {
 
-// The score from which on no better alignment is looked for, times the norm.
-constexpr int goodEnough = 100000;
-
-// The most that a pairing's neighbours make it weigh, in 1024ths.
-constexpr int maxSupport = 1200;
-
 int MinOverlap(int probeCount, int referenceCount) {
   return (EngineParams::minOverlapPercent * std::min(probeCount, referenceCount) + 99) / 100;
 }
 
 // First seeds need this many votes: half of the best seed's, and some at all.
 int FirstSeedVotes(const EngineContext& context) {
-  constexpr int manyMinutiae = 25;
-  const int votes = std::max(context.seeds[0].seedVotes / 2 - 1, 1);
-  const bool large =
-      std::min(context.probeGeometry.count, context.referenceGeometry.count) >= manyMinutiae;
-  return large ? std::max(votes, 4) : votes;
+  const bool large = std::min(context.probeGeometry.count, context.referenceGeometry.count) >=
+                     EngineParams::manyMinutiae;
+  return std::max(context.seeds[0].seedVotes / EngineParams::bestVotesOver - 1,
+                  large ? EngineParams::manyMinutiaeVotes : 1);
 }
 
 int CountSeeds(const EngineContext& context, int minVotes) {
@@ -94,7 +87,7 @@ void MapReference(EngineContext& context) {
 template <typename Take>
 void MakeAttempts(EngineContext& context, Take take) {
   const int firstCount = CountSeeds(context, FirstSeedVotes(context));
-  const int secondCount = CountSeeds(context, 3);
+  const int secondCount = CountSeeds(context, EngineParams::secondSeedVotes);
   AttemptList list;
   FitMemory memory;
   int place = -1;
@@ -138,7 +131,7 @@ void KeepAttempt(const EngineContext& context, const Attempt& attempt, int score
 int NeighbourSupport(Neighbourhood probe, Neighbourhood reference) {
   const int support =
       (probe.paired + reference.paired) * 2048 / (probe.minutiae + reference.minutiae);
-  return std::clamp(support, 800, maxSupport);
+  return std::clamp(support, EngineParams::minSupport, EngineParams::maxSupport);
 }
 
 int MaxWeight(const EngineContext& context) {
@@ -148,7 +141,7 @@ int MaxWeight(const EngineContext& context) {
 // The most that both passes make of the pairings, times the overlap: the squares of the
 // weights, with support and its rounding in the first, of any seeds in the second.
 int64_t BothPasses(const EngineContext& context, const Attempt& attempt) {
-  const int supported = attempt.weight * maxSupport / 1024 + attempt.matched;
+  const int supported = attempt.weight * EngineParams::maxSupport / 1024 + attempt.matched;
   const int64_t first = WithSeedFactors(context, supported, attempt.first, attempt.second);
   const int64_t second = attempt.matched * MaxWeight(context);
   return first * first + second * second;
@@ -161,8 +154,8 @@ int64_t BothPasses(const EngineContext& context, const Attempt& attempt) {
 // weigh the root of both squares; more is known when it is known what pairs.
 bool MayAddUpTo(EngineContext& context, int minOverlap, int norm, int sum) {
   constexpr int percent = 155;
-  static_assert(percent * percent >
-                100 * 100 + (100 * maxSupport / 1024 + 1) * (100 * maxSupport / 1024 + 1));
+  constexpr int supported = 100 * EngineParams::maxSupport / 1024 + 1;
+  static_assert(percent * percent > 100 * 100 + supported * supported);
   const Bar bar = {sum * norm * 100 - 1, MaxWeight(context) * percent / 100};
   bool may = false;
   MakeAttempts(context, [&](FitMemory& memory, Attempt& attempt, int&) {
@@ -192,7 +185,7 @@ void SearchAlignment(EngineContext& context, MatchResult& result, int neededSum)
     if (score <= result.score) return true;
     KeepAttempt(context, attempt, score, overlap, result);
     bestMatched = attempt.matched;
-    return score <= norm * goodEnough;
+    return score <= norm * 100 * EngineParams::goodAlignment;
   });
   if (result.score != 0) result.score = Rescore(context, result, result.overlap, NeighbourSupport);
   result.score = result.score / norm / 100;

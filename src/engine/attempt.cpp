@@ -103,8 +103,8 @@ void PairGreedily(const EngineContext& context, FitMemory& memory, Attempt& atte
 }
 
 int Overlap(int onReference, int onProbe, int matched) {
-  constexpr int manyPairings = 10;
-  return matched < manyPairings ? onReference + onProbe - matched : std::max(onReference, onProbe);
+  return matched < EngineParams::manyPairings ? onReference + onProbe - matched
+                                              : std::max(onReference, onProbe);
 }
 
 // How many pairings an alignment must have at least to beat the bar, over the least

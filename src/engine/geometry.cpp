@@ -47,8 +47,8 @@ void FillRidges(Area& area, const MatchWorkspace& workspace) {
 
 // The blocks from the lowest minutia to the highest.
 void FillSpan(Area& area, const MatchWorkspace& workspace) {
-  int minX = 1000;
-  int minY = 1000;
+  int minX = EngineParams::latestSpan;
+  int minY = EngineParams::latestSpan;
   int maxX = 0;
   int maxY = 0;
   for (int i = 0; i < workspace.minutiaCount; i++) {

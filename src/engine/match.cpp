@@ -10,11 +10,6 @@
 namespace vxm {
 namespace {
 
-constexpr int maxScore = 9999;
-
-// From this score on the first pass stands alone.
-constexpr int clearScore = 1000;
-
 void Clear(MatchResult& result, int probeCount) {
   result.score = 0;
   result.rotation = 0;
@@ -25,7 +20,9 @@ void Clear(MatchResult& result, int probeCount) {
 
 int Match(const MatchWorkspace& probe, const MatchWorkspace& reference, EngineContext& context,
           MatchResult& result, bool prepareProbe, const MatchLimits& limits, Scale scale) {
-  if (probe.minutiaCount < minMinutiae || reference.minutiaCount < minMinutiae) return 0;
+  if (probe.minutiaCount < EngineParams::minMinutiae ||
+      reference.minutiaCount < EngineParams::minMinutiae)
+    return 0;
   Clear(result, probe.minutiaCount);
   context.scale = scale;
   if (prepareProbe) {
@@ -37,11 +34,11 @@ int Match(const MatchWorkspace& probe, const MatchWorkspace& reference, EngineCo
   const auto byOrientation = [&](MatchResult& aligned) {
     if (scale == Scale::native && aligned.score != 0) OrientationConsistency(context, aligned);
   };
-  const int scaling = scale == Scale::standard ? 2 : 1;
+  const int scaling = scale == Scale::standard ? EngineParams::standardScaling : 1;
   const int neededMean = (limits.neededScore + scaling - 1) / scaling;
-  SearchAlignment(context, result, std::min(2 * neededMean, clearScore));
+  SearchAlignment(context, result, std::min(2 * neededMean, EngineParams::clearScore));
   byOrientation(result);
-  if (result.score >= 1 && result.score < clearScore) {
+  if (result.score >= 1 && result.score < EngineParams::clearScore) {
     MatchResult second;
     second.score = MostRefined(context, result);
     // The true score of the second pass makes no difference where the best cannot.
@@ -51,7 +48,7 @@ int Match(const MatchWorkspace& probe, const MatchWorkspace& reference, EngineCo
     }
     result.score = (result.score + second.score) >> 1;
   }
-  result.score = std::min(result.score * scaling, maxScore);
+  result.score = std::min(result.score * scaling, EngineParams::maxScore);
   return result.score;
 }
 

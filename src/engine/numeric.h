@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "engine/params.h"
 #include "engine/tables.h"
 
 namespace vxm {
@@ -108,7 +109,8 @@ inline Point Move(const Motion& motion, Point p) {
 
 // Far enough from the border of an area of this size for a reliable pairing.
 constexpr bool InsideMargin(int x, int y, int width, int height) {
-  return x >= 7 && x < width - 6 && y >= 7 && y < height - 6;
+  constexpr int margin = EngineParams::borderMargin;
+  return x > margin && x < width - margin && y > margin && y < height - margin;
 }
 
 }  // namespace vxm

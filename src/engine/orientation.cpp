@@ -37,7 +37,7 @@ void OrientationConsistency(const EngineContext& context, MatchResult& result) {
   const int agreeing = result.score * counts.agree / counts.overlap * counts.agree / counts.overlap;
   const int area = std::max(RidgeBlocks(reference), counts.probe);
   const int percent = counts.overlap * 100 / area;
-  const int factor = percent < 50 ? 2 * percent : 100;
+  const int factor = std::min(percent * 100 / EngineParams::fullOverlapPercent, 100);
   result.score = (agreeing * factor + 50) / 100;
 }
 

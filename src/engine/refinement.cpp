@@ -96,10 +96,11 @@ void KeepBest(const EngineContext& context, Pairings& pairings, const Best& best
   }
 }
 
-// 1024 when all neighbours of the minutia with more of them are paired.
+// 1024 when half of the neighbours of the minutia with more of them are paired; within bounds.
 int NeighbourSupport(Neighbourhood probe, Neighbourhood reference) {
   const Neighbourhood& larger = reference.minutiae < probe.minutiae ? probe : reference;
-  return std::clamp(larger.paired * 2048 / larger.minutiae, 800, 1024);
+  return std::clamp(larger.paired * 2048 / larger.minutiae, EngineParams::minRefinedSupport,
+                    EngineParams::maxRefinedSupport);
 }
 
 }  // namespace

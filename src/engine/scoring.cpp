@@ -12,10 +12,11 @@ namespace {
 
 constexpr int directionTolerance = EngineParams::lineTolerance + EngineParams::angleTolerance;
 
-// Weight by difference in quality: 100 for none, falling to 0 at the falloff.
+// Weight by difference in quality: all for none, falling to 0 at the falloff.
 int QualityWeight(int difference) {
   constexpr int falloff = EngineParams::qualityFalloff;
-  return difference < falloff ? 100 - 100 * difference / falloff : 0;
+  constexpr int most = EngineParams::qualityWeight;
+  return difference < falloff ? most - most * difference / falloff : 0;
 }
 
 int SeedFactor(const EngineContext& context, Correspondence seed) {
@@ -27,7 +28,8 @@ int SeedFactor(const EngineContext& context, Correspondence seed) {
 
 int PairWeight(const EngineContext& context, Correspondence c) {
   if (!WithinTolerance(RotationOf(context, c), directionTolerance)) return 0;
-  const int typeWeight = SameType(context, c) ? 10 : EngineParams::typeMismatchWeight;
+  const int typeWeight =
+      SameType(context, c) ? EngineParams::typeMatchWeight : EngineParams::typeMismatchWeight;
   if (context.scale == Scale::standard) return EngineParams::standardWeight * typeWeight;
   return typeWeight *
          QualityWeight(std::abs(context.referenceGeometry.workspace->quality[c.reference] -

@@ -62,8 +62,8 @@ inline bool SameType(const EngineContext& context, Correspondence c) {
 }
 
 // How much a pairing is worth; 0 when the two cannot be mates.
-constexpr int maxPairWeight = 1000;
-constexpr int maxStandardPairWeight = 500;
+constexpr int maxPairWeight = EngineParams::typeMatchWeight * EngineParams::qualityWeight;
+constexpr int maxStandardPairWeight = EngineParams::typeMatchWeight * EngineParams::standardWeight;
 int PairWeight(const EngineContext& context, Correspondence c);
 
 // Whether all angles of both templates are 0..360; only then do differences wrap.
@@ -103,7 +103,10 @@ inline int PairsUpTo(const PairList& pairs, int length) { return pairs.startAt[l
 
 // Scores are per minutia, mostly of the smaller template.
 inline int ScoreNorm(int probeCount, int referenceCount) {
-  return (std::max(probeCount, referenceCount) + 3 * std::min(probeCount, referenceCount)) / 4;
+  constexpr int parts = EngineParams::smallerParts;
+  return (std::max(probeCount, referenceCount) * (4 - parts) +
+          std::min(probeCount, referenceCount) * parts) /
+         4;
 }
 
 // weight x weight / divisor, in an order that keeps to 32 bits.

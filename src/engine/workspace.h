@@ -12,9 +12,6 @@ constexpr int maxMinutiae = 200;
 constexpr int maxGridBlocks = 64;  // in each direction
 constexpr int blockSize = 16;      // pixels
 
-// Templates with fewer minutiae than this score 0 against anything.
-constexpr int minMinutiae = 4;
-
 // A block value v with (v & noRidge) == noRidge marks a block without ridges.
 constexpr int noRidge = 127;
 constexpr uint8_t background = 255;

@@ -11,13 +11,6 @@
 namespace vxm {
 namespace {
 
-constexpr int fastModeLimit = 50;  // scores from which the second stage runs
-constexpr int normalModeLimit = 60;
-
-constexpr MatchLimits fastFirstStage = {20, 7, 1, 125000, 70};
-constexpr MatchLimits normalFirstStage = {15, 4, 1, 125000, 70};
-constexpr MatchLimits secondStage = {20, 7, 0, 125000, 70};
-
 int Compare(Scale scale, const MatchWorkspace& probe, const MatchWorkspace& candidate,
             EngineContext& engine, MatchResult& result, bool prepare, const MatchLimits& limits) {
   const auto match = scale == Scale::native ? MatchNativeEx : MatchStandardEx;
@@ -36,8 +29,8 @@ int CompareReduced(Scale scale, const MatchWorkspace& probe, const MatchWorkspac
                    StagedContext& context, const MatchLimits& limits) {
   const bool prepare = context.reducedNeedsPrepare;
   context.reducedNeedsPrepare = false;
-  if (prepare) ReduceWorkspace(probe, context.reducedProbe, reducedMinutiae, scale);
-  ReduceWorkspace(candidate, context.reducedCandidate, reducedMinutiae, scale);
+  if (prepare) ReduceWorkspace(probe, context.reducedProbe, EngineParams::reducedMinutiae, scale);
+  ReduceWorkspace(candidate, context.reducedCandidate, EngineParams::reducedMinutiae, scale);
   return Compare(scale, context.reducedProbe, context.reducedCandidate, context.reduced,
                  context.result, prepare, limits);
 }
@@ -45,8 +38,10 @@ int CompareReduced(Scale scale, const MatchWorkspace& probe, const MatchWorkspac
 int StagedCompare(Scale scale, const MatchWorkspace& probe, const MatchWorkspace& candidate,
                   StagedContext& context, bool fastMode, int neededScore) {
   // The engine would answer 0 without preparing anything.
-  if (probe.minutiaCount < minMinutiae || candidate.minutiaCount < minMinutiae) return 0;
-  const int stageLimit = fastMode ? fastModeLimit : normalModeLimit;
+  if (probe.minutiaCount < EngineParams::minMinutiae ||
+      candidate.minutiaCount < EngineParams::minMinutiae)
+    return 0;
+  const int stageLimit = fastMode ? EngineParams::fastModeLimit : EngineParams::normalModeLimit;
   MatchLimits limits = fastMode ? fastFirstStage : normalFirstStage;
   limits.neededScore = std::min(stageLimit, neededScore);
   const int score =

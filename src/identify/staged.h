@@ -6,9 +6,6 @@
 
 namespace vxm {
 
-// Minutiae of a reduced template.
-constexpr int reducedMinutiae = 18;
-
 // In fast mode the first stage compares reduced copies of both templates, in
 // normal mode the templates themselves under strict tolerances. A score below
 // the stage's limit is final; otherwise the score of the full comparison is.
