@@ -8,6 +8,8 @@ tables at the top; include_law_test.py proves that each of them bites.
 """
 
 import re
+import shutil
+import subprocess
 import sys
 from collections.abc import Iterator
 from dataclasses import dataclass
@@ -82,7 +84,7 @@ LAWS = (
 )
 
 CODE_SUFFIXES = (".h", ".hpp", ".c", ".cpp")
-SKIPPED_FOLDERS = re.compile(r"\..*|build.*|out.*|__pycache__|node_modules")
+MADE_FOLDERS = re.compile(r"\..*|build|out|env|fingers|gallery|small|__pycache__|node_modules")
 # Names that tools look for, one to a folder.
 REPEATED_NAMES = frozenset("CMakeLists.txt README.md Makefile package.json .gitignore .clang-tidy".split())
 TEST_STEM = re.compile(r"(.+)_test")
@@ -98,14 +100,21 @@ COMMENT_OR_TEXT = re.compile(
 
 
 def files_below(tree: Path) -> Iterator[str]:
-    """The paths of the tree's own files, relative and with slashes."""
+    """The paths of the tree's own files, relative and with slashes: those that git
+    tracks, or, where the tree is no checkout, all but what is made in it."""
+    if (tree / ".git").exists() and shutil.which("git"):
+        listed = subprocess.run(["git", "-C", tree, "ls-files", "-z"], capture_output=True, text=True)
+        if listed.returncode == 0:  # it refuses checkouts of other users
+            yield from (path for path in listed.stdout.split("\0")
+                        if path and (tree / path).exists())
+            return
     pending = [tree]
     while pending:
         for entry in sorted(pending.pop().iterdir()):
             if entry.is_dir():
-                if not SKIPPED_FOLDERS.fullmatch(entry.name):
+                if not MADE_FOLDERS.fullmatch(entry.name):
                     pending.append(entry)
-            elif entry.name != ".git":
+            else:
                 yield entry.relative_to(tree).as_posix()
 
 
