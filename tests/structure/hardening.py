@@ -1,51 +1,122 @@
-"""Looks for what makes faults harder to use in a built library.
+"""What makes faults harder to use, in programs and libraries for Linux and Windows.
 
-    hardening.py READELF_OR_OBJDUMP LIBRARY [fortified]
+    hardening.py FILE... [--fortified]
 
-Libraries for Windows (.dll) want objdump, others readelf.
+`--fortified` also asks for checked forms of the C library's functions, which only
+optimized builds have, and for what goes with them.
 """
 
 import re
-import subprocess
+import struct
 import sys
+from collections.abc import Iterator
+from pathlib import Path
+
+import pefile
+from elftools.elf.dynamic import DynamicSection
+from elftools.elf.elffile import ELFFile
+from elftools.elf.sections import SymbolTableSection
+
+# DT_FLAGS, DT_FLAGS_1 and program headers, by the System V and GNU interfaces.
+DF_BIND_NOW, DF_1_NOW, DF_1_PIE = 0x8, 0x1, 0x08000000
+EXECUTABLE, WRITABLE = 1, 2
+X86_SHADOW_STACK = 2  # of GNU_PROPERTY_X86_FEATURE_1_AND
+
+CHECKED = "checked C library functions"
 
 
-def output_of(*command: str) -> str:
-    return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+def is_binary(path: Path) -> bool:
+    with path.open("rb") as file:
+        magic = file.read(4)
+    return magic == b"\x7fELF" or (magic[:2] == b"MZ" and path.suffix in (".exe", ".dll"))
 
 
-def on_windows(tool: str, library: str) -> dict[str, bool]:
-    dump = output_of(tool, "-p", library)
+def shadow_stack(elf: ELFFile) -> bool:
+    """Whether the file says that it gets along with a second stack of return addresses."""
+    section = elf.get_section_by_name(".note.gnu.property")
+    data = section.data() if section else b""
+    found = data.find(struct.pack("<II", 0xC0000002, 4))
+    return found >= 0 and bool(struct.unpack_from("<I", data, found + 8)[0] & X86_SHADOW_STACK)
+
+
+def in_elf(path: Path, fortified: bool) -> dict[str, bool]:
+    with path.open("rb") as file:
+        elf = ELFFile(file)
+        segments = {each["p_type"]: each["p_flags"] for each in elf.iter_segments()}
+        loaded = [each["p_flags"] for each in elf.iter_segments() if each["p_type"] == "PT_LOAD"]
+        dynamic = elf.get_section_by_name(".dynamic")
+        assert isinstance(dynamic, DynamicSection), f"{path}: not linked dynamically"
+        tags = {tag.entry.d_tag: tag for tag in dynamic.iter_tags()}
+        flags = tags["DT_FLAGS"].entry.d_val if "DT_FLAGS" in tags else 0
+        flags_1 = tags["DT_FLAGS_1"].entry.d_val if "DT_FLAGS_1" in tags else 0
+        paths = [entry for tag in tags.values() if tag.entry.d_tag in ("DT_RPATH", "DT_RUNPATH")
+                 for entry in getattr(tag, tag.entry.d_tag[3:].lower()).split(":")]
+        symbols = elf.get_section_by_name(".dynsym")
+        assert isinstance(symbols, SymbolTableSection)
+        names = {symbol.name for symbol in symbols.iter_symbols()}
+        checked = any(re.fullmatch(r"__\w+(?<!__stack)_chk", name) for name in names)
+        return {
+            "a run path of folders beside the file alone":
+                all(re.fullmatch(r"\$ORIGIN(/.+)?", entry) for entry in paths),
+            "a stack without code": not segments.get("PT_GNU_STACK", EXECUTABLE) & EXECUTABLE,
+            "relocations made read-only": "PT_GNU_RELRO" in segments,
+            "all functions bound at load": bool(flags & DF_BIND_NOW or flags_1 & DF_1_NOW),
+            "a base that changes": elf["e_type"] == "ET_DYN" and
+                ("PT_INTERP" not in segments or bool(flags_1 & DF_1_PIE)),
+            "no segment both writable and executable":
+                not any(flags & WRITABLE and flags & EXECUTABLE for flags in loaded),
+            "guarded return addresses": "__stack_chk_fail" in names,
+            CHECKED: checked or not fortified,
+            "a shadow stack": not fortified or elf["e_machine"] != "EM_X86_64" or
+                shadow_stack(elf),
+        }
+
+
+def in_pe(path: Path) -> dict[str, bool]:
+    pe = pefile.PE(str(path), fast_load=True)
+    pe.parse_data_directories([pefile.DIRECTORY_ENTRY["IMAGE_DIRECTORY_ENTRY_IMPORT"]])
+    header = pe.OPTIONAL_HEADER
+    relocations = header.DATA_DIRECTORY[pefile.DIRECTORY_ENTRY["IMAGE_DIRECTORY_ENTRY_BASERELOC"]]
+    imported = {each.name for library in pe.DIRECTORY_ENTRY_IMPORT for each in library.imports}
     return {
-        "data without code": "NX_COMPAT" in dump,
-        "a base that changes": "DYNAMIC_BASE" in dump,
-        "guarded return addresses": "CryptGenRandom" in dump,  # where the guard comes from
+        "data without code": header.IMAGE_DLLCHARACTERISTICS_NX_COMPAT,
+        "a base that changes": header.IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE and
+            relocations.Size > 0 and not pe.FILE_HEADER.IMAGE_FILE_RELOCS_STRIPPED,
+        "a base from the whole address space":
+            header.IMAGE_DLLCHARACTERISTICS_HIGH_ENTROPY_VA or not pe.PE_TYPE == 0x20B,
+        # Where the guard comes from.
+        "guarded return addresses": b"CryptGenRandom" in imported,
+        "no section both writable and executable": not any(
+            each.IMAGE_SCN_MEM_WRITE and each.IMAGE_SCN_MEM_EXECUTE for each in pe.sections),
     }
 
 
-def on_elf(tool: str, library: str, fortified: bool) -> dict[str, bool]:
-    dump = output_of(tool, "--wide", "-ldr", "--dyn-syms", library)
-    stack = re.search(r"GNU_STACK(?:\s+0x\w+){5}\s+(\S+)", dump)
-    checked = re.search(r"__\w+(?<!__stack)_chk@", dump) is not None
-    return {
-        "a stack without code": stack is not None and "E" not in stack.group(1),
-        "relocations made read-only": "GNU_RELRO" in dump,
-        "all functions bound at load": re.search(r"\(FLAGS(?:_1)?\).*\bNOW\b", dump) is not None,
-        "guarded return addresses": "__stack_chk_fail" in dump,
-        "no segment both writable and executable": not re.search(r"LOAD.*RWE", dump),
-        "checked C library functions": checked or not fortified,
-    }
+def lacks(path: Path, fortified: bool) -> list[str]:
+    """What the file does without."""
+    found = in_pe(path) if path.suffix in (".exe", ".dll") else in_elf(path, fortified)
+    return [what for what, there in found.items() if not there]
+
+
+def needs(path: Path) -> Iterator[str]:
+    """The libraries that the file names."""
+    if path.suffix in (".exe", ".dll"):
+        pe = pefile.PE(str(path), fast_load=True)
+        pe.parse_data_directories([pefile.DIRECTORY_ENTRY["IMAGE_DIRECTORY_ENTRY_IMPORT"]])
+        yield from (entry.dll.decode().lower() for entry in pe.DIRECTORY_ENTRY_IMPORT)
+        return
+    with path.open("rb") as file:
+        for tag in ELFFile(file).get_section_by_name(".dynamic").iter_tags("DT_NEEDED"):
+            yield tag.needed
 
 
 def main() -> int:
-    tool, library, *fortified = sys.argv[1:]
-    if library.endswith(".dll"):
-        found = on_windows(tool, library)
-    else:
-        found = on_elf(tool, library, bool(fortified))
-    missing = [what for what, there in found.items() if not there]
-    print(f"{library}: " + (f"lacks {', '.join(missing)}" if missing else "has all of it"))
-    return 1 if missing else 0
+    fortified = "--fortified" in sys.argv
+    code = 0
+    for path in [Path(each) for each in sys.argv[1:] if each != "--fortified"]:
+        missing = lacks(path, fortified)
+        print(f"{path}: " + (f"lacks {', '.join(missing)}" if missing else "has all of it"))
+        code |= bool(missing)
+    return code
 
 
 if __name__ == "__main__":
