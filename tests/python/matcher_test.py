@@ -122,6 +122,29 @@ def test_errors(fingers: Path) -> None:
             matcher.verify(iso[:-1], iso)
 
 
+@pytest.mark.parametrize("call, named", [
+    (lambda matcher, one: matcher.verify(5, one), "probe"),
+    (lambda matcher, one: matcher.verify(one, "text"), "candidate"),
+    (lambda matcher, one: matcher.identify(None, [one]), "probe"),
+    (lambda matcher, one: matcher.identify(one, one), "gallery"),
+    (lambda matcher, one: matcher.identify(one, [None, 5]), r"gallery\[1\]"),
+    (lambda matcher, one: matcher.identify(one, [one], threads="2"), "threads"),
+    (lambda matcher, one: matcher.identify(one, [one], timeout="2"), "timeout"),
+    (lambda matcher, one: list(matcher.matches(one, [one, "text"])), r"candidates\[1\]"),
+    (lambda matcher, one: matcher.matches(one, one), "candidates"),
+    (lambda matcher, one: matcher.rotate("text"), "template"),
+    (lambda matcher, one: Gallery(one), "templates"),
+    (lambda matcher, one: Matcher("iso"), "template_type"),
+    (lambda matcher, one: Matcher(security_level=True), "security_level"),
+    (lambda matcher, one: Matcher(fast_mode="no"), "fast_mode"),
+    (lambda matcher, one: Matcher(retry_turned=2), "retry_turned"),
+    (lambda matcher, one: vxmkit.detect_type("text"), "template"),
+])
+def test_wrong_types_are_named(fingers: Path, call, named: str) -> None:
+    with Matcher() as matcher, pytest.raises(TypeError, match=f"^{named}: "):
+        call(matcher, column(fingers, ".vxt", 1)[0])
+
+
 @pytest.mark.parametrize("threads", [1, 2])
 def test_early_ends(endless: tuple[bytes, Gallery], threads: int) -> None:
     """Time limit, abort from a thread, and Ctrl-C; the matcher serves on."""

@@ -8,9 +8,14 @@
         gallery = Gallery(templates)
         print(matcher.identify(probe, gallery, timeout=2.0))
 
+`scores` compares very many pairs on all cores; it needs numpy and tqdm.
 `python3 -m vxmkit.evaluate` measures error rates on a folder of templates,
 `python3 -m vxmkit.draw` draws templates and why two of them match.
 """
+from __future__ import annotations
+
+from typing import TYPE_CHECKING, Any
+
 from .constants import (SCORE_SCALE, SECURITY_LEVELS, THRESHOLDS, Parameter, Status,
                         TemplateType)
 from .errors import (DataCorruptedError, InvalidParametersError, LibraryNotFoundError,
@@ -18,10 +23,22 @@ from .errors import (DataCorruptedError, InvalidParametersError, LibraryNotFound
 from .gallery import Gallery
 from .matcher import Matcher, Verification
 from .template_format import detect_type
+from .version import __version__
+
+if TYPE_CHECKING:
+    from .scoring import scores
 
 __all__ = [
     "DataCorruptedError", "Gallery", "InvalidParametersError", "LibraryNotFoundError",
     "MatchAbortedError", "MatchTimeoutError", "Matcher", "Parameter", "SCORE_SCALE",
     "SECURITY_LEVELS", "Status", "THRESHOLDS", "TemplateType", "TemplateTypeError",
-    "Verification", "VxmError", "detect_type",
+    "Verification", "VxmError", "__version__", "detect_type", "scores",
 ]
+
+
+def __getattr__(name: str) -> Any:
+    """Loads numpy with `scores`, for those who use it."""
+    if name == "scores":
+        from .scoring import scores
+        return scores
+    raise AttributeError(f"module 'vxmkit' has no attribute '{name}'")

@@ -40,4 +40,5 @@ def explain(files: Sequence[Path]) -> dict[str, Any]:
     if ran.returncode != 0:
         said = ran.stderr.decode(errors="replace").strip()
         raise ExplainError(said or f"{program}: exit code {ran.returncode}")
-    return json.loads(ran.stdout)
+    told: dict[str, Any] = json.loads(ran.stdout)
+    return told

@@ -3,13 +3,16 @@ from __future__ import annotations
 
 import ctypes
 import dataclasses
+import operator
 import threading
 from collections.abc import Callable, Iterable, Iterator
+from typing import SupportsFloat, SupportsIndex
 
 from .constants import SCORE_SCALE, SECURITY_LEVELS, Parameter, TemplateType, TextSize
 from .gallery import Gallery
 from .library import load, require_ok
 from .template_format import ATTRIBUTE_BLOCK, body_size, detect_type
+from .templates import Template, many, template_bytes, template_list
 
 # How long Python waits before it looks for signals again, in seconds; where the
 # system lets a signal end the wait it comes at once.
@@ -37,6 +40,39 @@ class Verification:
         return self.matched
 
 
+def _whole_number(value: object, name: str) -> int:
+    """What counts as an index in Python, but for True and False."""
+    try:
+        if not isinstance(value, bool):
+            return operator.index(value)  # type: ignore[arg-type]
+    except TypeError:
+        pass
+    raise TypeError(f"{name}: an int is wanted, not {type(value).__name__}")
+
+
+def _switch(value: object, name: str) -> bool:
+    """A bool, numpy's included, or 0 or 1."""
+    plain = value.item() if type(value).__name__ in ("bool_", "bool") and hasattr(
+        value, "item") else value
+    if plain is True or plain is False or (type(plain) is int and plain in (0, 1)):
+        return bool(plain)
+    raise TypeError(f"{name}: a bool is wanted, not {type(value).__name__}")
+
+
+def _milliseconds(timeout: object) -> int:
+    """A time limit as the library takes it, where 0 is none: a very short one counts as
+    a millisecond."""
+    if timeout is None:
+        return 0
+    if isinstance(timeout, (bool, str)) or not isinstance(timeout, (SupportsFloat,
+                                                                    SupportsIndex)):
+        raise TypeError(f"timeout: seconds are wanted, not {type(timeout).__name__}")
+    seconds = float(timeout)
+    if not 0 <= seconds <= _LONGEST_TIMEOUT / 1000:
+        raise ValueError(f"timeout: {timeout} seconds are out of range")
+    return max(1, round(seconds * 1000))
+
+
 class Matcher:
     """Compares fingerprint templates of one format.
 
@@ -47,8 +83,9 @@ class Matcher:
     whose calls then wait for each other; comparisons run one at a time in the whole
     process anyway, so that only further processes make use of further cores.
 
-    Templates are bytes-like; they are only read. Every method may raise a `VxmError`
-    and, after `close`, ValueError.
+    Templates are bytes-like; they are only read. Every method may raise a `VxmError`,
+    TypeError, which names the parameter, for a value of a wrong type, and, after `close`,
+    ValueError.
     """
 
     def __init__(self, template_type: TemplateType = TemplateType.NATIVE, *,
@@ -125,9 +162,10 @@ class Matcher:
 
     @template_type.setter
     def template_type(self, value: TemplateType) -> None:
+        number = TemplateType(_whole_number(value, "template_type"))
         with self._lock:
             self._loaded_probe = None
-            self._call("setting the template type", "VXM_SetTemplateType", TemplateType(value))
+            self._call("setting the template type", "VXM_SetTemplateType", number)
 
     @property
     def security_level(self) -> int:
@@ -136,9 +174,10 @@ class Matcher:
 
     @security_level.setter
     def security_level(self, value: int) -> None:
-        if value not in SECURITY_LEVELS:
-            raise ValueError(f"security level {value} is not 1 to 7")
-        self._set(Parameter.SECURITY_LEVEL, int(value))
+        level = _whole_number(value, "security_level")
+        if level not in SECURITY_LEVELS:
+            raise ValueError(f"security level {level} is not 1 to 7")
+        self._set(Parameter.SECURITY_LEVEL, level)
 
     @property
     def fast_mode(self) -> bool:
@@ -147,7 +186,7 @@ class Matcher:
 
     @fast_mode.setter
     def fast_mode(self, value: bool) -> None:
-        self._set(Parameter.FAST_MODE, bool(value))
+        self._set(Parameter.FAST_MODE, _switch(value, "fast_mode"))
 
     @property
     def retry_turned(self) -> bool:
@@ -157,7 +196,7 @@ class Matcher:
 
     @retry_turned.setter
     def retry_turned(self, value: bool) -> None:
-        self._set(Parameter.RETRY_TURNED, bool(value))
+        self._set(Parameter.RETRY_TURNED, _switch(value, "retry_turned"))
 
     @property
     def version(self) -> str:
@@ -171,14 +210,15 @@ class Matcher:
 
     # ---- One to one
 
-    def verify(self, probe: bytes, candidate: bytes) -> Verification:
+    def verify(self, probe: Template, candidate: Template) -> Verification:
         """Compares two templates. The order matters a little: the score of (a, b)
         may differ from that of (b, a).
 
         TemplateTypeError: one is not of the matcher's type. InvalidParametersError,
         DataCorruptedError: a native template, a standard record is not valid.
         """
-        probe, candidate = bytes(probe), bytes(candidate)
+        probe = template_bytes(probe, "probe")
+        candidate = template_bytes(candidate, "candidate")
         score, matched = ctypes.c_float(), ctypes.c_int()
         with self._lock:
             self._loaded_probe = None
@@ -188,13 +228,13 @@ class Matcher:
 
     # ---- Turning
 
-    def rotate(self, template: bytes) -> bytes:
+    def rotate(self, template: Template) -> bytes:
         """The template turned by 180 degrees, in its own format, which may be any of
         the three. A standard record keeps only the minutiae inside its image.
 
         TemplateTypeError: no template, or an invalid one.
         """
-        template = bytes(template)
+        template = template_bytes(template, "template")
         size = body_size(template)
         native = detect_type(template) is TemplateType.NATIVE
         if native:
@@ -210,7 +250,7 @@ class Matcher:
 
     # ---- One to many
 
-    def identify(self, probe: bytes, gallery: Gallery | Iterable[bytes | None], *,
+    def identify(self, probe: Template, gallery: Gallery | Iterable[Template | None], *,
                  timeout: float | None = None, threads: int = 1) -> int | None:
         """The index of a candidate that matches the probe, or None.
 
@@ -227,14 +267,13 @@ class Matcher:
         TemplateTypeError: the probe, or a candidate that the search reached, is not
         of the matcher's type. InvalidParametersError: an invalid native probe.
         """
+        threads = _whole_number(threads, "threads")
         if threads not in (1, 2):
-            raise ValueError(f"{threads} threads: only 1 and 2 are possible")
-        # 0 would be no limit, so that a very short one counts as a millisecond.
-        limit = 0 if timeout is None else max(1, round(timeout * 1000))
-        if limit > _LONGEST_TIMEOUT or timeout is not None and timeout < 0:
-            raise ValueError(f"a timeout of {timeout} seconds is out of range")
-        candidates = gallery if isinstance(gallery, Gallery) else Gallery(gallery)
-        probe = bytes(probe)
+            raise ValueError(f"threads: {threads}; only 1 and 2 are possible")
+        limit = _milliseconds(timeout)
+        candidates = (gallery if isinstance(gallery, Gallery)
+                      else Gallery(template_list(gallery, "gallery")))
+        probe = template_bytes(probe, "probe")
         index = ctypes.c_int(-1)
         name = "VXM_Identify" if threads == 1 else "VXM_IdentifyMT"
 
@@ -284,7 +323,7 @@ class Matcher:
             if self._handle is not None:
                 self._library.VXM_AbortIdentify(self._handle)
 
-    def matches(self, probe: bytes, candidates: Iterable[bytes | None]) -> Iterator[int]:
+    def matches(self, probe: Template, candidates: Iterable[Template | None]) -> Iterator[int]:
         """Yields the indices of all candidates that match the probe, in their order,
         while it takes them one by one: they need never be in memory together.
 
@@ -295,11 +334,15 @@ class Matcher:
         TemplateTypeError: the probe or a candidate is not a usable template of the
         matcher's type.
         """
-        probe = bytes(probe)
+        probe = template_bytes(probe, "probe")
+        return self._matches(probe, many(candidates, "candidates"))
+
+    def _matches(self, probe: bytes, candidates: Iterable[object]) -> Iterator[int]:
         own_probe = object()
         matched = ctypes.c_int()
         for index, candidate in enumerate(candidates):
-            data = None if candidate is None else bytes(candidate)
+            data = (None if candidate is None
+                    else template_bytes(candidate, f"candidates[{index}]"))
             with self._lock:
                 if self._loaded_probe is not own_probe:
                     self._loaded_probe = None

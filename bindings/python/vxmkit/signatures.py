@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 from ctypes import POINTER, c_char_p, c_float, c_int, c_ubyte, c_uint, c_void_p
+from typing import Any
 
 Handle = c_void_p
 Template = c_char_p  # const unsigned char*: bytes are handed over as they are
@@ -11,7 +12,7 @@ Text = c_char_p
 
 _ONE_TO_MANY = (Handle, Template, c_int, Templates, Ints, c_int, c_uint, Ints)
 
-SIGNATURES: dict[str, tuple] = {
+SIGNATURES: dict[str, tuple[Any, ...]] = {
     "VXM_Create": (POINTER(Handle),),
     "VXM_CreateEx": (POINTER(Handle), Text),
     "VXM_Delete": (Handle,),

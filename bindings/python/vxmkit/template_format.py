@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 from .constants import TemplateType
+from .templates import Template, template_bytes
 
 # The data block that a turned standard record carries behind its minutiae.
 ATTRIBUTE_BLOCK = 7
@@ -11,9 +12,10 @@ def _word(data: bytes, offset: int) -> int:
     return int.from_bytes(data[offset:offset + 2].ljust(2, b"\0"), "big")
 
 
-def detect_type(template: bytes) -> TemplateType:
+def detect_type(template: Template) -> TemplateType:
     """The format that a template claims to be of. Any bytes that are no standard
-    record are taken for a native template, valid or not."""
+    record are taken for a native template, valid or not. TypeError: no bytes."""
+    template = template_bytes(template, "template")
     if template[:4] != b"FMR\0":
         return TemplateType.NATIVE
     # The 2-byte record length of ANSI stands where ISO has the upper, zero half of
