@@ -17,15 +17,24 @@ static void DeleteMatcher(int code, Datum argument) {
   matcher = NULL;
 }
 
+int LevelFromArgument(FunctionCallInfo fcinfo, int number) {
+  int level;
+  RefuseNull(fcinfo, number, "security level");
+  level = PG_GETARG_INT32(number);
+  if (level < 1 || level > 7) {
+    ereport(ERROR, (errcode(ERRCODE_INVALID_PARAMETER_VALUE),
+                    errmsg("security level %d is not one of 1 to 7", level)));
+  }
+  return level;
+}
+
 Settings SettingsFromArguments(FunctionCallInfo fcinfo, int first, bool hasFast) {
   Settings settings;
-  settings.level = PG_GETARG_INT32(first);
+  settings.level = LevelFromArgument(fcinfo, first);
+  RefuseNull(fcinfo, first + 1, "retry_turned");
   settings.retryTurned = PG_GETARG_BOOL(first + 1);
+  if (hasFast) RefuseNull(fcinfo, first + 2, "fast");
   settings.fast = !hasFast || PG_GETARG_BOOL(first + 2);
-  if (settings.level < 1 || settings.level > 7) {
-    ereport(ERROR, (errcode(ERRCODE_INVALID_PARAMETER_VALUE),
-                    errmsg("security level %d is not one of 1 to 7", settings.level)));
-  }
   return settings;
 }
 

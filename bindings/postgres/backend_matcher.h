@@ -20,8 +20,9 @@ typedef struct Settings {
 extern const Settings defaultSettings;
 
 /* From the arguments `first` (the level) and those after it: retry_turned and,
-   where `hasFast`, fast. A level outside 1 to 7 is an error. */
+   where `hasFast`, fast. A null among them, or a level outside 1 to 7, is an error. */
 extern Settings SettingsFromArguments(FunctionCallInfo fcinfo, int first, bool hasFast);
+extern int LevelFromArgument(FunctionCallInfo fcinfo, int number);
 extern bool SameSettings(const Settings* a, const Settings* b);
 
 /* The matcher, set for templates of a type. Its prepared probe is lost. */

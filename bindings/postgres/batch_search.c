@@ -1,4 +1,5 @@
-/* vxm_search: the ids of all candidates that match a probe, an aggregate.
+/* vxm_search: the ids of all candidates that match a probe in the staged comparison, an
+   aggregate; vxm_search_report: the same with counts of the rows.
 
    Candidates are gathered and handed to VXM_Identify by batches, which prepares
    the probe once a batch: for standard records that is cheaper than one at a time.
@@ -7,7 +8,7 @@
    at a time. Both are rare.
 
    In a parallel scan each worker gathers for itself; what goes from it to the
-   leader (serialize, combine) are the ids found. */
+   leader (serialize, combine) are the ids found and the counts. */
 #include <postgres.h>
 
 #include <catalog/pg_type.h>
@@ -17,13 +18,16 @@
 #include <utils/builtins.h>
 #include <utils/memutils.h>
 
+#include "aggregate_state.h"
 #include "search_probe.h"
 
 PG_FUNCTION_INFO_V1(vxm_search_step);
+PG_FUNCTION_INFO_V1(vxm_search_report_step);
 PG_FUNCTION_INFO_V1(vxm_search_combine);
 PG_FUNCTION_INFO_V1(vxm_search_serialize);
 PG_FUNCTION_INFO_V1(vxm_search_deserialize);
 PG_FUNCTION_INFO_V1(vxm_search_result);
+PG_FUNCTION_INFO_V1(vxm_search_report_result);
 
 /* Enough to make the probe's share small. */
 #define BATCH_SIZE 128
@@ -41,15 +45,8 @@ typedef struct BatchSearch {
   const unsigned char* templates[BATCH_SIZE];
   int sizes[BATCH_SIZE];
   ArrayBuildState* found; /* null before the first */
+  RowCounts counts;
 } BatchSearch;
-
-static MemoryContext ContextOfAggregate(FunctionCallInfo fcinfo) {
-  MemoryContext context;
-  if (!AggCheckCallContext(fcinfo, &context)) {
-    elog(ERROR, "a step of vxm_search was called on its own");
-  }
-  return context;
-}
 
 static BatchSearch* NewBatchSearch(MemoryContext context) {
   BatchSearch* batch = MemoryContextAllocZero(context, sizeof *batch);
@@ -76,9 +73,9 @@ static Template Gathered(const BatchSearch* batch, int i) {
 static bool NothingMatches(BatchSearch* batch) {
   const Template* probe = &batch->search.probe;
   int match = -1;
-  const int status = VXM_Identify(TakeMatcher(probe->type, &batch->search.settings), probe->bytes,
-                                  probe->size, batch->templates, batch->sizes, batch->count,
-                                  BATCH_TIME, &match);
+  const int status =
+      VXM_Identify(TakeMatcher(probe->type, &batch->search.settings), probe->bytes, probe->size,
+                   batch->templates, batch->sizes, batch->count, BATCH_TIME, &match);
   if (status != VXM_ERR_MATCH_TIMEOUT && status != VXM_ERR_TEMPLATE_TYPE) RequireOk(status);
   return status == VXM_OK && match < 0;
 }
@@ -97,35 +94,44 @@ static void SearchBatch(BatchSearch* batch) {
   MemoryContextReset(batch->batchContext);
 }
 
-/* (state, probe, id, candidate [, level, retry_turned, fast]); a row with a null
-   in it takes no part. */
-Datum vxm_search_step(PG_FUNCTION_ARGS) {
+static void Gather(BatchSearch* batch, const text* id, const Template* candidate) {
+  batch->ids[batch->count] = CopyBytes(batch->batchContext, id, VARSIZE_ANY(id));
+  batch->templates[batch->count] =
+      CopyBytes(batch->batchContext, candidate->bytes, (Size)candidate->size);
+  batch->sizes[batch->count] = candidate->size;
+  if (++batch->count == BATCH_SIZE) SearchBatch(batch);
+}
+
+/* (state, probe, id, candidate [, level, retry_turned, fast]). The library passes over
+   invalid candidates, so to count those each has to be checked before. */
+static Datum Step(FunctionCallInfo fcinfo, bool checkRows) {
   MemoryContext context = ContextOfAggregate(fcinfo);
   BatchSearch* batch = StateArgument(fcinfo, 0);
+  const struct varlena* probe = ProbeArgument(fcinfo, 1);
   Settings settings = defaultSettings;
-  const struct varlena* probe;
   Template candidate;
-  if (batch == NULL) batch = NewBatchSearch(context);
-  for (int i = 1; i < PG_NARGS(); ++i) {
-    if (PG_ARGISNULL(i)) PG_RETURN_POINTER(batch);
-  }
   if (PG_NARGS() > 4) settings = SettingsFromArguments(fcinfo, 4, true);
-  probe = (const struct varlena*)PG_GETARG_POINTER(1);
+  if (batch == NULL) batch = NewBatchSearch(context);
   if (!IsOfSearch(&batch->search, probe, &settings)) {
     SearchBatch(batch);
     BeginSearch(&batch->search, context, probe, &settings);
   }
+  if (PG_ARGISNULL(2) || PG_ARGISNULL(3)) PG_RETURN_POINTER(batch);
   candidate = TemplateFromDatum(PG_GETARG_DATUM(3));
-  if (candidate.type == batch->search.probe.type) {
-    const text* id = PG_GETARG_TEXT_PP(2);
-    batch->ids[batch->count] = CopyBytes(batch->batchContext, id, VARSIZE_ANY(id));
-    batch->templates[batch->count] =
-        CopyBytes(batch->batchContext, candidate.bytes, (Size)candidate.size);
-    batch->sizes[batch->count] = candidate.size;
-    if (++batch->count == BATCH_SIZE) SearchBatch(batch);
+  if (candidate.type == 0 || (checkRows && !IsValid(&candidate))) {
+    ++batch->counts.faulty;
+  } else if (candidate.type != batch->search.probe.type) {
+    ++batch->counts.otherFormat;
+  } else {
+    ++batch->counts.compared;
+    Gather(batch, PG_GETARG_TEXT_PP(2), &candidate);
   }
   PG_RETURN_POINTER(batch);
 }
+
+Datum vxm_search_step(PG_FUNCTION_ARGS) { return Step(fcinfo, false); }
+
+Datum vxm_search_report_step(PG_FUNCTION_ARGS) { return Step(fcinfo, true); }
 
 Datum vxm_search_serialize(PG_FUNCTION_ARGS) {
   BatchSearch* batch = StateArgument(fcinfo, 0);
@@ -133,10 +139,9 @@ Datum vxm_search_serialize(PG_FUNCTION_ARGS) {
   ContextOfAggregate(fcinfo);
   SearchBatch(batch);
   pq_begintypsend(&message);
+  SendCounts(&message, &batch->counts);
   for (int i = 0; batch->found != NULL && i < batch->found->nelems; ++i) {
-    const text* id = DatumGetTextPP(batch->found->dvalues[i]);
-    pq_sendint32(&message, (uint32)VARSIZE_ANY_EXHDR(id));
-    pq_sendbytes(&message, VARDATA_ANY(id), (int)VARSIZE_ANY_EXHDR(id));
+    SendText(&message, DatumGetTextPP(batch->found->dvalues[i]));
   }
   PG_RETURN_BYTEA_P(pq_endtypsend(&message));
 }
@@ -149,11 +154,8 @@ Datum vxm_search_deserialize(PG_FUNCTION_ARGS) {
   batch = NewBatchSearch(CurrentMemoryContext);
   initStringInfo(&message);
   appendBinaryStringInfo(&message, VARDATA_ANY(bytes), (int)VARSIZE_ANY_EXHDR(bytes));
-  while (message.cursor < message.len) {
-    const int size = (int)pq_getmsgint(&message, 4);
-    AddFound(batch,
-             PointerGetDatum(cstring_to_text_with_len(pq_getmsgbytes(&message, size), size)));
-  }
+  batch->counts = ReceiveCounts(&message);
+  while (message.cursor < message.len) AddFound(batch, PointerGetDatum(ReceiveText(&message)));
   PG_RETURN_POINTER(batch);
 }
 
@@ -164,6 +166,7 @@ Datum vxm_search_combine(PG_FUNCTION_ARGS) {
   if (batch == NULL) batch = NewBatchSearch(context);
   if (other != NULL) {
     SearchBatch(other);
+    AddCounts(&batch->counts, &other->counts);
     for (int i = 0; other->found != NULL && i < other->found->nelems; ++i) {
       AddFound(batch, other->found->dvalues[i]);
     }
@@ -171,12 +174,24 @@ Datum vxm_search_combine(PG_FUNCTION_ARGS) {
   PG_RETURN_POINTER(batch);
 }
 
+static Datum FoundIds(BatchSearch* batch) {
+  if (batch != NULL) SearchBatch(batch);
+  return batch == NULL || batch->found == NULL
+             ? PointerGetDatum(construct_empty_array(TEXTOID))
+             : makeArrayResult(batch->found, CurrentMemoryContext);
+}
+
 Datum vxm_search_result(PG_FUNCTION_ARGS) {
   BatchSearch* batch = StateArgument(fcinfo, 0);
   ContextOfAggregate(fcinfo);
-  if (batch != NULL) SearchBatch(batch);
-  if (batch == NULL || batch->found == NULL) {
-    PG_RETURN_ARRAYTYPE_P(construct_empty_array(TEXTOID));
-  }
-  PG_RETURN_DATUM(makeArrayResult(batch->found, CurrentMemoryContext));
+  if (!ComparedAny(batch == NULL ? NULL : &batch->counts)) PG_RETURN_NULL();
+  PG_RETURN_DATUM(FoundIds(batch));
+}
+
+Datum vxm_search_report_result(PG_FUNCTION_ARGS) {
+  static const RowCounts none;
+  BatchSearch* batch = StateArgument(fcinfo, 0);
+  ContextOfAggregate(fcinfo);
+  PG_RETURN_DATUM(
+      ResultWithCounts(fcinfo, FoundIds(batch), batch == NULL ? &none : &batch->counts));
 }

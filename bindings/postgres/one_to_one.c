@@ -8,7 +8,7 @@
 PG_FUNCTION_INFO_V1(vxm_score);
 PG_FUNCTION_INFO_V1(vxm_verify);
 
-static int Verify(FunctionCallInfo fcinfo, const Settings* settings, float* score) {
+static int VerifyPair(FunctionCallInfo fcinfo, const Settings* settings, float* score) {
   const Template probe = TemplateFromDatum(PG_GETARG_DATUM(0));
   const Template candidate = TemplateFromDatum(PG_GETARG_DATUM(1));
   int verified = 0;
@@ -30,12 +30,16 @@ static int Verify(FunctionCallInfo fcinfo, const Settings* settings, float* scor
 
 Datum vxm_score(PG_FUNCTION_ARGS) {
   float score = 0;
-  Verify(fcinfo, &defaultSettings, &score);
+  VerifyPair(fcinfo, &defaultSettings, &score);
   PG_RETURN_FLOAT4(score);
 }
 
+/* (probe, candidate, level, retry_turned) */
 Datum vxm_verify(PG_FUNCTION_ARGS) {
-  const Settings settings = SettingsFromArguments(fcinfo, 2, false);
+  Settings settings;
   float score = 0;
-  PG_RETURN_BOOL(Verify(fcinfo, &settings, &score) != 0);
+  RefuseNull(fcinfo, 0, "probe");
+  settings = SettingsFromArguments(fcinfo, 2, false);
+  if (PG_ARGISNULL(1)) PG_RETURN_NULL();
+  PG_RETURN_BOOL(VerifyPair(fcinfo, &settings, &score) != 0);
 }

@@ -6,6 +6,11 @@ void* CopyBytes(MemoryContext context, const void* bytes, Size size) {
   return memcpy(MemoryContextAlloc(context, size), bytes, size);
 }
 
+const struct varlena* ProbeArgument(FunctionCallInfo fcinfo, int number) {
+  RefuseNull(fcinfo, number, "probe");
+  return (const struct varlena*)PG_GETARG_POINTER(number);
+}
+
 /* Equal bytes are the same probe: of a toasted one the pointer is compared. */
 bool IsOfSearch(const Search* search, const struct varlena* probe, const Settings* settings) {
   return search->argument != NULL && SameSettings(&search->settings, settings) &&
@@ -62,4 +67,17 @@ bool Matches(Search* search, const Template* candidate) {
   if (status == VXM_ERR_TEMPLATE_TYPE) return false; /* an invalid candidate */
   RequireOk(status);
   return matched != 0;
+}
+
+bool Verify(const Search* search, const Template* candidate, float* score, int* verified) {
+  const Template* probe = &search->probe;
+  const int status = VXM_VerifyEx(TakeMatcher(probe->type, &search->settings), probe->bytes,
+                                  probe->size, candidate->bytes, candidate->size, score, verified);
+  /* Of the two templates the probe is known to be valid. */
+  if (status == VXM_ERR_INVALID_PARAMETERS || status == VXM_ERR_DATA_CORRUPTED ||
+      status == VXM_ERR_TEMPLATE_TYPE) {
+    return false;
+  }
+  RequireOk(status);
+  return true;
 }

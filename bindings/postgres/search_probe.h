@@ -12,6 +12,9 @@ typedef struct Search {
   uint64 ticket;        /* of the matcher that holds the probe */
 } Search;
 
+/* As it came; null is an error. */
+extern const struct varlena* ProbeArgument(FunctionCallInfo fcinfo, int number);
+
 /* Whether a row asks for what the search holds. */
 extern bool IsOfSearch(const Search* search, const struct varlena* probe, const Settings* settings);
 
@@ -20,8 +23,12 @@ extern bool IsOfSearch(const Search* search, const struct varlena* probe, const 
 extern void BeginSearch(Search* search, MemoryContext context, const struct varlena* probe,
                         const Settings* settings);
 
-/* Whether a candidate of the probe's format matches; not, if it is invalid. */
+/* Whether a candidate of the probe's format matches in the staged comparison; not, if it
+   is invalid. */
 extern bool Matches(Search* search, const Template* candidate);
+
+/* The full comparison with a candidate of the probe's format; false if it is invalid. */
+extern bool Verify(const Search* search, const Template* candidate, float* score, int* verified);
 
 extern void* CopyBytes(MemoryContext context, const void* bytes, Size size);
 

@@ -35,6 +35,12 @@ Template TemplateFromDatum(Datum datum) {
   return result;
 }
 
+void RefuseNull(FunctionCallInfo fcinfo, int number, const char* name) {
+  if (PG_ARGISNULL(number)) {
+    ereport(ERROR, (errcode(ERRCODE_NULL_VALUE_NOT_ALLOWED), errmsg("%s is null", name)));
+  }
+}
+
 const char* FormatName(int type) {
   switch (type) {
     case TEMPLATE_ISO19794_2: return "ISO 19794-2";

@@ -26,6 +26,9 @@ typedef struct Template {
 /* The template in an argument of a function, detoasted if it has to be. */
 extern Template TemplateFromDatum(Datum datum);
 
+/* A null argument would make a search that finds nobody. */
+extern void RefuseNull(FunctionCallInfo fcinfo, int number, const char* name);
+
 /* "native", "ISO 19794-2", "ANSI 378". */
 extern const char* FormatName(int type);
 

@@ -11,7 +11,7 @@ from pathlib import Path
 
 import psycopg
 
-from extension_setup import build, set_up
+from extension_setup import build, documented, load, set_up
 from private_cluster import Cluster
 
 cluster: Cluster
@@ -69,11 +69,40 @@ class Answers(unittest.TestCase):
                 answers = [library_finds(probe, row) for row in rows]
                 for query, expected in (
                         ("SELECT id FROM rows WHERE vxm_matches(%b, template)", 0),
+                        ("SELECT id FROM rows WHERE vxm_matches_fully(%b, template)", 1),
+                        ("SELECT id::integer FROM "
+                         "unnest((SELECT vxm_best(%b, id, template, 9999, 4) FROM rows))", 1),
                         ("SELECT unnest(vxm_search(%b, id::text, template))::integer FROM rows", 0)):
                     with self.subTest(kind=suffix, query=query):
                         self.assertEqual({row for row, in session.execute(query, [probe])},
                                          {i for i, answer in enumerate(answers) if answer[expected]})
                 self.assertGreater(sum(answer[0] for answer in answers), 500)
+
+
+class Upgrade(unittest.TestCase):
+    def test_with_data(self) -> None:
+        with cluster.connect() as session:
+            session.execute("CREATE DATABASE old")
+        answers = ("SELECT probe.id, vxm_score(probe.template, row.template), found.id FROM "
+                   "gallery AS probe, gallery AS row, found WHERE probe.id = '001_1.vxt' AND "
+                   "row.id = '001_2.vxt' ORDER BY 3")
+        with cluster.connect(0, "old") as session:
+            session.execute("CREATE EXTENSION vxmkit VERSION '1.0'")
+            loaded = load(fingers, cluster.dsn(0, "old"))
+            self.assertEqual(loaded.returncode, 0, loaded.stderr)
+            session.execute(
+                "CREATE INDEX ON gallery (((vxm_info(template)).format)); "
+                "CREATE VIEW found AS SELECT id FROM gallery WHERE vxm_matches("
+                "(SELECT template FROM gallery WHERE id = '001_1.iso'), template)")
+            before = session.execute(answers).fetchall()
+            self.assertEqual(len(before), 2)
+            session.execute(documented("After such a release"))
+            self.assertEqual(session.execute(answers).fetchall(), before)
+            with self.assertRaises(psycopg.errors.CheckViolation):
+                session.execute("INSERT INTO gallery VALUES ('bad', 'no template')")
+            best, = session.execute("SELECT vxm_best(template, 1, template, 1) FROM gallery "
+                                    "WHERE id = '001_1.iso'").fetchone()
+            self.assertIn("(1,", str(best))
 
 
 class Interrupts(unittest.TestCase):
@@ -87,6 +116,7 @@ class Interrupts(unittest.TestCase):
             fill(session, [crowded] * 1000)
             self.assertEqual(session.execute("SELECT vxm_valid(%b)", [crowded]).fetchone(), (True,))
             for query in ("SELECT vxm_search(%b, id::text, template, 4, false, false) FROM rows",
+                          "SELECT vxm_best(%b, id, template, 3) FROM rows",
                           "SELECT count(*) FROM rows WHERE vxm_matches(%b, template, fast => false)"):
                 for end in ("timeout", "terminate"):
                     with self.subTest(query=query, end=end), cluster.connect() as searching:

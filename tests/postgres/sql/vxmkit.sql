@@ -44,7 +44,27 @@ SELECT count(*), min(id), max(id) FROM
 SELECT vxm_search(:iso, id, CASE WHEN id LIKE '%.iso' THEN :broken ELSE template END) FROM fingers;
 SELECT vxm_search(p.template, c.id, c.template) FROM fingers c, fingers p
 WHERE p.id LIKE '002_1%' AND c.id LIKE '002_2%';
-SELECT vxm_search(:probe, NULL, template), vxm_search(NULL, id, template) FROM fingers;
+SELECT vxm_search_report(:iso, id, CASE WHEN id LIKE '%.iso' THEN :broken ELSE template END)
+FROM fingers;
+
+-- The best: as sorting all scores gives them, ties by the id's bytes, in workers, too.
+SELECT finger('001_1.iso') AS bytes \gset
+EXPLAIN (COSTS OFF) SELECT vxm_best(:'bytes', id, template, 150) FROM many;
+SELECT best = (SELECT array_agg(candidate) FROM
+    (SELECT ROW(id, score)::vxm_candidate AS candidate FROM
+      (SELECT id, vxm_score(:'bytes', template) AS score FROM many WHERE id LIKE '%.iso') AS scores
+    ORDER BY score DESC, id COLLATE "C" LIMIT 150) AS ranked) AS equal,
+  best[100], best[101], best[150], compared, faulty, other_format
+FROM (SELECT (vxm_best_report(:'bytes', id, template, 150)).* FROM many) AS found;
+SELECT vxm_best(:iso, length(id), template, 3, 4), vxm_best(:iso, id, template, 3, 7) FROM fingers;
+SELECT vxm_best_report(:iso, id, CASE WHEN id LIKE '%.iso' THEN :broken ELSE template END, 3)
+FROM fingers;
+
+-- Nothing to compare is not "nobody".
+SELECT vxm_search('no template', id, template), vxm_best(:probe, id, template, 3)
+FROM fingers WHERE id = 'none';
+SELECT vxm_search_report(NULL, id, template), vxm_best_report(:probe, id, template, 3)
+FROM fingers WHERE id = 'none';
 
 -- A turned probe, for which only the retry finds anything: from the library's own
 -- turn of 001_1.vxt.
@@ -59,9 +79,10 @@ SELECT level, vxm_matches(p.template, finger('003_2.vxt'), level) AS matches,
 FROM (VALUES ('003_1.vxt'), ('004_1.vxt')) v (id) JOIN fingers p USING (id),
   generate_series(1, 7, 3) AS level ORDER BY v.id, level;
 
--- Null in, null out.
-SELECT vxm_score(NULL, :probe) IS NULL, vxm_verify(:probe, :probe, NULL) IS NULL,
-  vxm_matches(:probe, NULL) IS NULL, vxm_valid(NULL) IS NULL, vxm_info(NULL) IS NULL;
+-- Null in, null out, but for probes and settings of a search (see the errors).
+SELECT vxm_score(NULL, :probe) IS NULL, vxm_verify(:probe, NULL) IS NULL,
+  vxm_matches(:probe, NULL) IS NULL, vxm_matches_fully(:probe, NULL) IS NULL,
+  vxm_valid(NULL) IS NULL, vxm_info(NULL) IS NULL;
 
 -- What is no template does not match, and is told by vxm_valid and vxm_info.
 SELECT name, vxm_valid(bytes), vxm_info(bytes) IS NULL AS unknown,
@@ -92,14 +113,47 @@ SELECT call, error_of(call) FROM unnest(ARRAY[
   $$vxm_matches(template, finger('001_1.iso')) FROM broken$$,
   $$vxm_search('no template', id, template) FROM many$$,
   $$vxm_matches(finger('001_1.vxt'), finger('001_1.vxt'), 0)$$,
-  $$vxm_verify(finger('001_1.vxt'), finger('001_1.vxt'), 8)$$]) AS call;
+  $$vxm_verify(finger('001_1.vxt'), finger('001_1.vxt'), 8)$$,
+  $$vxm_matches(NULL, template) FROM fingers$$,
+  $$vxm_matches(finger('001_1.vxt'), template, fast => NULL) FROM fingers$$,
+  $$vxm_matches_fully(finger('001_1.vxt'), template, NULL) FROM fingers$$,
+  $$vxm_verify(NULL, template) FROM fingers$$,
+  $$vxm_search(NULL, id, template) FROM many$$,
+  $$vxm_search(finger('001_1.iso'), id, template) FROM many WHERE id LIKE '%.vxt'$$,
+  $$vxm_search(finger('001_1.iso'), 'x', 'no template') FROM many$$,
+  $$vxm_best(NULL, id, template, 3) FROM many$$,
+  $$vxm_best(finger('001_1.iso'), id, template, NULL) FROM many$$,
+  $$vxm_best(finger('001_1.iso'), id, template, 0) FROM many$$,
+  $$vxm_best(finger('001_1.iso'), id, '', length(id)) FROM (VALUES ('a'), ('bc')) AS f (id)$$,
+  $$vxm_best(finger('001_1.iso'), id, template, 3) FROM many WHERE id LIKE '%.vxt'$$]) AS call;
+
+-- The predicates: the full one finds what verification does.
+SELECT count(*), count(*) FILTER (WHERE vxm_matches_fully(:iso, template)),
+  count(*) FILTER (WHERE id LIKE '%.iso' AND vxm_verify(:iso, template)) FROM fingers;
 
 -- Plans: workers take the predicate, and it is asked after what is cheaper.
 EXPLAIN (COSTS OFF) SELECT id FROM fingers
 WHERE vxm_score('\x00', template) > 0.5 AND vxm_matches('\x00', template) AND vxm_valid(template)
   AND note = 'enrolled';
+-- What the planner knows: hardly a row matches, so joins start there; a row costs what its
+-- comparison does.
+CREATE TABLE people AS SELECT id, 'name' AS name FROM many;
+CREATE INDEX ON people (id);
+ANALYZE people;
+EXPLAIN (COSTS OFF) SELECT name FROM many JOIN people USING (id) WHERE vxm_matches('\x00', template);
+CREATE FUNCTION planned(condition text, OUT rows integer, OUT cost float) LANGUAGE plpgsql AS $$
+DECLARE plan jsonb;
+BEGIN
+  EXECUTE 'EXPLAIN (FORMAT JSON) SELECT 1 FROM many WHERE ' || condition INTO plan;
+  rows := plan #> '{0,Plan,Plan Rows}';
+  cost := plan #> '{0,Plan,Total Cost}';
+END $$;
+SELECT regexp_replace(condition, '''\\.*''', ':probe'), rows FROM unnest(ARRAY['vxm_valid(template)', 'vxm_matches(''FMR'', template)',
+  format('vxm_matches(%L, template)', :probe), 'vxm_matches(''FMR'', template, 4, true)',
+  'vxm_matches_fully(''FMR'', template)', 'vxm_matches(''FMR'', template, fast => false)'])
+  AS c (condition), planned(condition) ORDER BY cost;
 SELECT proname, provolatile, proisstrict, proparallel FROM pg_proc
-WHERE proname LIKE 'vxm\_%' AND proname NOT LIKE 'vxm\_search%' ORDER BY 1;
+WHERE proname LIKE 'vxm\_%' AND proname !~ 'search|best|support' ORDER BY 1;
 
 -- An upgrade keeps what depends on the functions.
 ALTER EXTENSION vxmkit UPDATE TO 'test';
