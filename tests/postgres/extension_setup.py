@@ -29,10 +29,16 @@ def load(*arguments: object) -> subprocess.CompletedProcess[str]:
                           capture_output=True, text=True, timeout=120)
 
 
-def documented(title: str, **replaced: str) -> str:
-    """The SQL in docs/large-galleries.md that begins with a comment of this title."""
+def documented_blocks() -> dict[str, str]:
+    """The SQL in docs/large-galleries.md by the titles in its comments, its parameters in
+    psycopg's manner."""
     document = (ROOT / "docs/large-galleries.md").read_text(encoding="utf-8")
-    text, = re.findall(rf"^```sql\n-- {re.escape(title)}:\n(.*?)^```", document, re.M | re.S)
+    return {title: re.sub(r"\$(\d)", r"%(p\1)s", text)
+            for title, text in re.findall(r"^```sql\n-- (.*?):\n(.*?)^```", document, re.M | re.S)}
+
+
+def documented(title: str, **replaced: str) -> str:
+    text = documented_blocks()[title]
     for word, value in replaced.items():
         text = text.replace(word, value)
     return text

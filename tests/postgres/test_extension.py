@@ -14,7 +14,7 @@ from pathlib import Path
 
 import psycopg
 
-from extension_setup import HERE, documented, load, set_up
+from extension_setup import HERE, documented, documented_blocks, load, set_up
 from private_cluster import Cluster, configured
 
 cluster: Cluster
@@ -77,9 +77,8 @@ class SeveralServers(unittest.TestCase):
         loaded = load(fingers, cluster.dsn(0, "gallery"))
         assert loaded.returncode == 0, loaded.stderr
 
-    def ask(self, title: str, probe: str, before: str = "") -> list[tuple]:
-        return self.front.execute(before + documented(title, **{"$1": "%(probe)b"}),
-                                  {"probe": finger(probe)}).fetchall()
+    def ask(self, title: str, probe: str) -> list[tuple]:
+        return self.front.execute(documented(title), {"p1": finger(probe)}).fetchall()
 
     def test_parts_hold_all(self) -> None:
         counts = [self.front.execute(f"SELECT count(*) FROM {part}").fetchone()[0]
@@ -96,6 +95,49 @@ class SeveralServers(unittest.TestCase):
         for title in ("All that match", "Most that match on all servers, fast"):
             found = self.ask(title, "003_1.iso")
             self.assertEqual(sorted(found), [("003_1.iso",), ("003_2.iso",)])
+
+    def test_logs_hold_no_templates(self) -> None:
+        """Of no documented query, also when another server fails."""
+        servers = [self.enterContext(cluster.connect(i, "gallery")) for i in range(3)]
+        logging = ["ALTER SYSTEM SET log_statement = 'all'", "ALTER SYSTEM SET log_duration = on"]
+        for server in servers:
+            for statement in logging + documented("No templates in the logs").split(";")[:-1]:
+                server.execute(statement)
+        time.sleep(0.2)  # until all have read their settings
+        probe = finger("001_1.vxt")
+        queries = {title: text for title, text in documented_blocks().items() if "%(p1)s" in text
+                   and "psql" not in title} | {
+            "an invalid row": "INSERT INTO gallery VALUES ('bad', %(p1)s || ''::bytea), "
+                              "('worse', substr(%(p1)s, 1, 600)), ('worst', substr(%(p1)s, 1, 500))"}
+        servers[0].execute(documented("Fingers of people"))
+
+        def ask(fails: bool) -> None:
+            for title, query in queries.items():
+                p1 = [probe] if "bytea[]" in query else probe
+                with self.subTest(title=title, fails=fails):
+                    try:
+                        servers[0].execute(query, {"p1": p1, "p2": [1], "p3": "nobody"})
+                        self.assertFalse(fails)
+                    except psycopg.Error as error:
+                        self.assertTrue(fails or isinstance(error, psycopg.errors.CheckViolation))
+
+        ask(fails=False)
+        queries = {title: text for title, text in queries.items()
+                   if not title.startswith(("The plan", "A person"))}
+        servers[1].execute("ALTER TABLE gallery RENAME TO away")
+        ask(fails=True)
+        servers[1].execute("ALTER TABLE away RENAME TO gallery")
+        logs = "".join((cluster.folder / f"server{i}.log").read_text() for i in range(3))
+        self.assertGreater(logs.count("vxm_matches_fully("), 4)
+        secret = probe[100:116].hex()
+        self.assertNotIn(secret, logs)
+        # Without the settings it would be found.
+        servers[0].execute("SET plan_cache_mode = auto; SET log_error_verbosity = 'default'")
+        servers[1].execute("ALTER TABLE gallery RENAME TO away")
+        with self.assertRaises(psycopg.errors.UndefinedTable):
+            servers[0].execute(documented("All that match"), {"p1": probe})
+        servers[1].execute("ALTER TABLE away RENAME TO gallery")
+        self.assertIn(secret, (cluster.folder / "server0.log").read_text())
 
     def test_going_on_without_a_server(self) -> None:
         count = "SELECT count(*) FROM gallery WHERE vxm_matches(%s, template)"
@@ -159,6 +201,15 @@ class OneServer(unittest.TestCase):
                       "After such a release"):
             for statement in documented(title).split(";")[:-1]:
                 self.session.execute(statement)
+
+    def test_psql(self) -> None:
+        load(fingers, self.dsn)
+        blocks = [documented(title).replace("%(p1)s", "$1").replace("probe.vxt", "001_1.vxt")
+                  for title in ("A probe from a file, in psql", "A probe in a variable of psql")]
+        run = subprocess.run(["psql", "-AtX", self.dsn], input="".join(blocks), text=True,
+                             cwd=fingers, capture_output=True)
+        self.assertRegex(run.stdout, r"001_1.vxt\|0.\d+\n001_2.vxt\|0.1346\n.*\n(.*\n)?ROLLBACK\n"
+                                     r"001_[12].vxt\n001_[12].vxt\n$", run.stderr)
 
     def test_loader_refuses_and_resumes(self) -> None:
         source = folder / "mixed"
