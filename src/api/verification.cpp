@@ -8,7 +8,6 @@
 
 namespace {
 
-using vxm::LoadOutcome;
 using vxm::TemplateFormat;
 
 struct Bytes {
@@ -22,9 +21,8 @@ bool IsKnownType(int templateType) {
 }
 
 int LoadBoth(Matcher& matcher, TemplateFormat format, Bytes first, Bytes second) {
-  if (!IsKnownType(matcher.templateType) ||
-      vxm::RecogniseFormat(first.data, first.size) != format ||
-      vxm::RecogniseFormat(second.data, second.size) != format) {
+  if (!IsKnownType(matcher.templateType) || !vxm::MayBeOf(format, first.data, first.size) ||
+      !vxm::MayBeOf(format, second.data, second.size)) {
     return VXM_ERR_TEMPLATE_TYPE;
   }
   if (format != TemplateFormat::native) {
@@ -36,10 +34,8 @@ int LoadBoth(Matcher& matcher, TemplateFormat format, Bytes first, Bytes second)
   }
   vxm::WorkingSet& set = matcher.caller;
   vxm::ForgetProbe(set.staged);
-  if (vxm::LoadTemplate(format, first.data, first.size, set.probeWorkspace) !=
-          LoadOutcome::loaded ||
-      vxm::LoadTemplate(format, second.data, second.size, set.candidateWorkspace) !=
-          LoadOutcome::loaded) {
+  if (!vxm::LoadAs(format, first.data, first.size, set.probeWorkspace) ||
+      !vxm::LoadAs(format, second.data, second.size, set.candidateWorkspace)) {
     return VXM_ERR_INVALID_PARAMETERS;
   }
   return VXM_OK;

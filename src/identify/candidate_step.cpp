@@ -10,13 +10,10 @@ namespace vxm {
 StepOutcome CompareCandidate(const Matcher& matcher, WorkingSet& set, const CandidateEntry& entry) {
   const TemplateFormat format = ExpectedFormat(matcher);
   const bool native = format == TemplateFormat::native;
-  switch (LoadTemplate(format, entry.templateData, entry.templateSize, set.candidateWorkspace)) {
-    case LoadOutcome::wrongFormat: return StepOutcome::wrongFormat;
-    case LoadOutcome::invalid: return StepOutcome::passedOver;
-    case LoadOutcome::loaded: break;
-  }
+  if (!MayBeOf(format, entry.templateData, entry.templateSize)) return StepOutcome::wrongFormat;
   uint8_t attribute = 0;
-  if (!ReadAttribute(format, entry.templateData, entry.templateSize, attribute)) {
+  if (!ReadAttribute(format, entry.templateData, entry.templateSize, attribute) ||
+      !LoadAs(format, entry.templateData, entry.templateSize, set.candidateWorkspace)) {
     return StepOutcome::passedOver;
   }
   if (format == TemplateFormat::iso &&

@@ -9,7 +9,7 @@ namespace vxm {
 enum class StepOutcome {
   match,
   noMatch,
-  passedOver,   // not a usable template
+  passedOver,   // not a usable template, or too short for its attribute
   nothingLeft,  // an ISO record, or the probe, holds no minutiae
   wrongFormat
 };

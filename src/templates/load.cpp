@@ -1,20 +1,24 @@
-// The one way from bytes to a workspace: recognise, check, load.
+// The way from bytes to a workspace: recognise, check, load.
 #include "templates/load.h"
 
 #include "templates/native_template.h"
 
 namespace vxm {
 
+bool LoadAs(TemplateFormat format, const uint8_t* bytes, int size, MatchWorkspace& workspace) {
+  if (format != TemplateFormat::native) {
+    LoadRecord(LayoutOf(format), bytes, size, workspace);
+    return true;
+  }
+  if (!CheckNativeTemplate(bytes, size)) return false;
+  LoadNativeTemplate(workspace, bytes);
+  return true;
+}
+
 LoadOutcome LoadTemplate(TemplateFormat expected, const uint8_t* bytes, int size,
                          MatchWorkspace& workspace) {
   if (RecogniseFormat(bytes, size) != expected) return LoadOutcome::wrongFormat;
-  if (expected != TemplateFormat::native) {
-    LoadRecord(LayoutOf(expected), bytes, size, workspace);
-    return LoadOutcome::loaded;
-  }
-  if (!CheckNativeTemplate(bytes, size)) return LoadOutcome::invalid;
-  LoadNativeTemplate(workspace, bytes);
-  return LoadOutcome::loaded;
+  return LoadAs(expected, bytes, size, workspace) ? LoadOutcome::loaded : LoadOutcome::invalid;
 }
 
 }  // namespace vxm

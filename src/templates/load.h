@@ -7,8 +7,11 @@ namespace vxm {
 
 enum class LoadOutcome { loaded, wrongFormat, invalid };
 
-// Loads nothing unless the bytes are of the expected format and, if native,
-// pass their check. Standard records load whatever their state.
+// Loads bytes as a template of the format, and not unless, if native, they pass their
+// check. Standard records load whatever their state.
+bool LoadAs(TemplateFormat format, const uint8_t* bytes, int size, MatchWorkspace& workspace);
+
+// The same for what the first ten bytes show to be of the expected format.
 LoadOutcome LoadTemplate(TemplateFormat expected, const uint8_t* bytes, int size,
                          MatchWorkspace& workspace);
 

@@ -44,6 +44,17 @@ TemplateFormat RecogniseFormat(const uint8_t* bytes, int size) {
   return reader.U16(8) != 0 ? TemplateFormat::ansi : TemplateFormat::iso;
 }
 
+bool MayBeOf(TemplateFormat format, const uint8_t* bytes, int size) {
+  constexpr int recognisedBytes = 10;
+  if (size >= recognisedBytes) return RecogniseFormat(bytes, size) == format;
+  constexpr uint8_t identifier[] = {'F', 'M', 'R', 0};
+  const int there = std::clamp(size, 0, 4);
+  const bool mayBeRecord = std::equal(bytes, bytes + there, identifier);
+  if (format == TemplateFormat::native) return there < 4 || !mayBeRecord;
+  const ByteReader reader = {bytes, size};
+  return mayBeRecord && (format == TemplateFormat::ansi || reader.U8(8) == 0);
+}
+
 bool CheckRecord(const RecordLayout& layout, const uint8_t* record, int size) {
   const ByteReader reader = {record, size};
   const int least = layout.minutiae + 2;
@@ -72,10 +83,9 @@ bool ReadCandidateAttribute(const RecordLayout& layout, const uint8_t* record, i
                             uint8_t& templateAttribute) {
   const ByteReader reader = {record, size};
   const int block = ExtendedData(layout, reader) + 2;
-  const bool hasBlock = reader.Has(block - 2, 2) && reader.U16(block - 2) != 0;
-  const int offset = hasBlock ? block + 4 : layout.reserved;
+  const int offset = reader.U16(block - 2) != 0 ? block + 4 : layout.reserved;
   templateAttribute = static_cast<uint8_t>(reader.U8(offset));
-  return reader.Has(offset, 1);
+  return reader.Has(block - 2, 2) && reader.Has(offset, 1);
 }
 
 }  // namespace vxm

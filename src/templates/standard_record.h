@@ -14,7 +14,12 @@ namespace vxm {
 enum class TemplateFormat { native, iso, ansi };
 
 // What the first ten bytes make of a template; native is whatever is no record.
+// Missing bytes count as 0.
 TemplateFormat RecogniseFormat(const uint8_t* bytes, int size);
+
+// Whether nothing in the first ten bytes speaks against the format: missing bytes do
+// not. So what is left of a cut template is still one of its format, if not a good one.
+bool MayBeOf(TemplateFormat format, const uint8_t* bytes, int size);
 
 // Where a standard puts its fields: a record is a header, one view's header,
 // the minutia records, and the extended data.
@@ -57,8 +62,8 @@ StandardRecordFields ReadRecord(const RecordLayout& layout, const uint8_t* recor
 // Whether sizes and counts agree; what verification asks of a record.
 bool CheckRecord(const RecordLayout& layout, const uint8_t* record, int size);
 
-// The attribute byte of a candidate, read without loading it: the extended
-// data's first byte whatever its type. False when it lies beyond `size`.
+// The attribute byte of a candidate, read without loading it: the extended data's
+// first byte whatever its type. False when it, or their length, lies beyond `size`.
 bool ReadCandidateAttribute(const RecordLayout& layout, const uint8_t* record, int size,
                             uint8_t& templateAttribute);
 

@@ -67,6 +67,22 @@ TEST_F(VerificationTest, TypeAndStateOfBothTemplatesDecideTheStatus) {
   }
 }
 
+// What is left of a cut template is one of its format still, but no good one.
+TEST_F(VerificationTest, EveryCutIsRefusedAsABadTemplateOfItsType) {
+  const made::Minutiae minutiae = {At(20, 20), At(90, 30), At(40, 90), At(100, 110)};
+  for (const int type : made::allTypes) {
+    ASSERT_EQ(VXM_SetTemplateType(matcher, type), VXM_OK);
+    const Bytes whole = made::Encode(made::Plain(8, 8, minutiae), type);
+    const Answer refused = {
+        type == TEMPLATE_NATIVE ? VXM_ERR_INVALID_PARAMETERS : VXM_ERR_DATA_CORRUPTED, 0, 0};
+    for (int size = -2; size < static_cast<int>(whole.size()); size++) {
+      SCOPED_TRACE(testing::Message() << type << " size " << size);
+      EXPECT_EQ(Verify(matcher, {whole.data(), size}, whole), refused);
+      EXPECT_EQ(Verify(matcher, whole, {whole.data(), size}), refused);
+    }
+  }
+}
+
 TEST_F(VerificationTest, NullIsRefusedAndClearsTheOutputs) {
   const Bytes bytes = made::Touch(TEMPLATE_NATIVE, 1, 1);
   const int size = static_cast<int>(bytes.size());

@@ -49,27 +49,41 @@ Bytes RecordOf(int type, const Places& places, Pair imageSize = {1008, 1008}) {
 }
 
 TEST(RecogniseTest, TheFirstTenBytesDecide) {
+  constexpr auto native = TemplateFormat::native;
+  constexpr auto isoForm = TemplateFormat::iso;
+  constexpr auto ansiForm = TemplateFormat::ansi;
+  using Formats = std::vector<TemplateFormat>;
   const struct {
     const char (&bytes)[11];
     int size;
-    TemplateFormat format;
+    TemplateFormat format;  // a missing byte is 0
+    Formats mayBe;          // a missing byte is any
   } cases[] = {
-      {"FMR\0 20\0\0\0", 10, TemplateFormat::iso},
-      {"FMR\0 20\0\0\1", 10, TemplateFormat::ansi},
-      {"FMR\0 20\0\1\0", 10, TemplateFormat::ansi},
-      {"FMR\0 20\0\0\1", 9, TemplateFormat::iso},  // a missing byte is 0
-      {"FMR\0 20\0\1\1", 4, TemplateFormat::iso},
-      {"FMRX 20\0\1\1", 3, TemplateFormat::iso},
-      {"FMR\0 20\0\1\1", 2, TemplateFormat::native},
-      {"FMR\0 20\0\1\1", 0, TemplateFormat::native},
-      {"FMR\0 20\0\1\1", INT_MIN, TemplateFormat::native},
-      {"FMRX 20\0\1\1", 10, TemplateFormat::native},
-      {"FMr\0 20\0\1\1", 10, TemplateFormat::native},
+      {"FMR\0 20\0\0\0", 10, isoForm, {isoForm}},
+      {"FMR\0 20\0\0\1", 10, ansiForm, {ansiForm}},
+      {"FMR\0 20\0\1\0", 10, ansiForm, {ansiForm}},
+      {"FMR\0 20\0\0\1", 9, isoForm, {isoForm, ansiForm}},
+      {"FMR\0 20\0\1\1", 9, ansiForm, {ansiForm}},
+      {"FMR\0 20\0\1\1", 8, isoForm, {isoForm, ansiForm}},
+      {"FMR\0 20\0\1\1", 4, isoForm, {isoForm, ansiForm}},
+      {"FMRX 20\0\1\1", 3, isoForm, {native, isoForm, ansiForm}},
+      {"FMR\0 20\0\1\1", 2, native, {native, isoForm, ansiForm}},
+      {"FMR\0 20\0\1\1", 0, native, {native, isoForm, ansiForm}},
+      {"FMR\0 20\0\1\1", INT_MIN, native, {native, isoForm, ansiForm}},
+      {"FMRX 20\0\1\1", 10, native, {native}},
+      {"FMRX 20\0\1\1", 4, native, {native}},
+      {"FMr\0 20\0\1\1", 10, native, {native}},
+      {"fMR\0 20\0\1\1", 1, native, {native}},
   };
   for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << std::string(c.bytes, 10) << " of " << c.size);
     const Bytes bytes(c.bytes, c.bytes + 10);
-    EXPECT_EQ(vxm::RecogniseFormat(bytes.data(), c.size), c.format)
-        << testing::PrintToString(bytes) << " of " << c.size;
+    EXPECT_EQ(vxm::RecogniseFormat(bytes.data(), c.size), c.format);
+    Formats mayBe;
+    for (const auto format : {native, isoForm, ansiForm}) {
+      if (vxm::MayBeOf(format, bytes.data(), c.size)) mayBe.push_back(format);
+    }
+    EXPECT_EQ(mayBe, c.mayBe);
   }
 }
 
@@ -197,8 +211,8 @@ TEST(RecordAttributeTest, ExtendedDataOrReservedByte) {
       {"largest lengths", {0xFF, 0xFF, 1, 0x44, 0xFF, 0xFF, 7}, reserved, 7},
       {"block of length 0", {0, 0, 1, 0x44, 0, 5, 7}, reserved, reserved},
       {"cut before its byte", {0, 4, 1, 0x44, 0, 4}, reserved, -1},
-      {"half a length", {0}, reserved, reserved},
-      {"nothing", {}, reserved, reserved},
+      {"half a length", {0}, reserved, -1},
+      {"nothing", {}, reserved, -1},
   };
   for (const int type : bothTypes) {
     for (const auto& c : cases) {
