@@ -131,12 +131,12 @@ VXM_API int VXM_CALL VXM_Delete(MatcherHandle handle);
 
 /** Reads a parameter into *value: an int for ids 301 to 321, a zero-terminated
    text for 210 and 211 (give VXM_PARAMETER_TEXT_SIZE bytes).
-   VXM_ERROR: unknown id, nothing written. */
+   VXM_ERROR: unknown id, whatever `value` is; nothing written. */
 VXM_API int VXM_CALL VXM_GetParameter(MatcherHandle handle, int id, void* value);
 
 /** Sets an int parameter: switches take any non-zero value as 1, the security
    level is clamped to 1..7. Takes effect with the next call.
-   VXM_ERROR: unknown or read-only id, nothing changed. */
+   VXM_ERROR: unknown or read-only id, whatever `value` is; nothing changed. */
 VXM_API int VXM_CALL VXM_SetParameter(MatcherHandle handle, int id, const int* value);
 
 /** Reads the template type into *type. */
@@ -156,7 +156,9 @@ VXM_API int VXM_CALL VXM_SetTemplateType(MatcherHandle handle, int type);
    A template with fewer than 4 minutiae scores 0.
    VXM_ERR_INVALID_PARAMETERS: null pointer, or an invalid native template.
    VXM_ERR_DATA_CORRUPTED: a standard record fails its structural check.
-   VXM_ERR_TEMPLATE_TYPE: a template is not of the matcher's type. */
+   VXM_ERR_TEMPLATE_TYPE: a template is not of the matcher's type, which its first
+   ten bytes tell. A template with fewer of them is of the matcher's type unless one of
+   them says otherwise, so that a cut one fails its check. */
 VXM_API int VXM_CALL VXM_VerifyEx(MatcherHandle handle, const unsigned char* template1, int size1,
                                   const unsigned char* template2, int size2, float* score,
                                   int* verified);
@@ -172,7 +174,9 @@ VXM_API int VXM_CALL VXM_Verify(MatcherHandle handle, const unsigned char* templ
    buffer: a native template may come back in a richer, longer form when there
    is room, a standard record carries an extended data field of 7 bytes that
    may cost it a minutia when there is not. The new size stands in the template's own
-   header. Takes no lock and replaces the probe of an incremental identification.
+   header. Where not even a record without minutiae has room (35 bytes ISO, 37 ANSI),
+   a standard record comes back unchanged, with VXM_OK.
+   Takes no lock and replaces the probe of an incremental identification.
    VXM_ERR_TEMPLATE_TYPE: neither a standard record nor a valid native template;
    the buffer is unchanged. */
 VXM_API int VXM_CALL VXM_RotateTemplate(MatcherHandle handle, unsigned char* templateData,
@@ -183,16 +187,19 @@ VXM_API int VXM_CALL VXM_RotateTemplate(MatcherHandle handle, unsigned char* tem
 /** Searches `templateCount` candidates for one that matches the probe and stores
    its index in *matchIndex, or -1. Candidates are tried in the order of
    likeness to the probe; the first that reaches the threshold ends the search,
-   which need not be the best. Null entries and invalid native templates are
-   passed over; a count of 0 or less is an empty gallery.
+   which need not be the best. A count of 0 or less is an empty gallery.
+   Passed over without an error are null entries, invalid native templates, templates
+   cut before the end of their first ten bytes (where none of these is of another
+   format), and standard records cut before their attribute (see docs/formats.md). Any
+   other standard record is compared, with the minutiae that lie inside its size.
    `timeout` limits each pass, in milliseconds, 0 for none; it is tested after
    each comparison. With VXM_PARAM_RETRY_TURNED a second pass with the turned
    probe follows when the first finds nothing.
    VXM_ERR_MATCH_TIMEOUT, VXM_ERR_MATCH_ABORTED: the search ended early.
    VXM_ERR_TEMPLATE_TYPE: the probe, or a candidate that the search reached, is
-   not of the matcher's type. VXM_ERR_INVALID_PARAMETERS: a null pointer
-   (*matchIndex unchanged) or an invalid native probe. After any other
-   error *matchIndex is -1. */
+   not of the matcher's type. VXM_ERR_INVALID_PARAMETERS: a null pointer, which alone
+   leaves *matchIndex unchanged, or an invalid native probe. After every other error
+   *matchIndex is -1. */
 VXM_API int VXM_CALL VXM_Identify(MatcherHandle handle, const unsigned char* probe, int probeSize,
                                   const unsigned char* const* templates, const int* templateSizes,
                                   int templateCount, unsigned int timeout, int* matchIndex);
@@ -233,9 +240,14 @@ VXM_API int VXM_CALL VXM_IdentifyInit(MatcherHandle handle, const unsigned char*
                                       int probeSize);
 
 /** Compares one candidate with the probe of VXM_IdentifyInit: *matched is 1 or 0.
-   A null candidate counts as no match. Every format is decided on the native
-   scale here. VXM_ERR_TEMPLATE_TYPE: not a usable template of the matcher's
-   type; *matched is not written. */
+   A null candidate counts as no match.
+   Only for native templates does it decide as VXM_Identify would: every format is
+   compared and decided as native here. Standard records have no ridge orientations
+   that could turn with the finger, so that one turned by more than about 15 degrees
+   against the probe does not match, not even itself. For them, call VXM_Identify with
+   the one candidate.
+   VXM_ERR_TEMPLATE_TYPE: not a usable template of the matcher's type; *matched is
+   not written. */
 VXM_API int VXM_CALL VXM_IdentifyNext(MatcherHandle handle, const unsigned char* candidate,
                                       int candidateSize, int* matched);
 

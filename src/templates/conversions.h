@@ -1,5 +1,6 @@
 // How formats code angles, ridge orientations and directions. Each pair of
-// functions is exact: code to value and back gives the code.
+// functions is exact: code to value and back gives the code, but for ANSI directions
+// of 180 and more, which all stand for 0.
 #pragma once
 
 #include "engine/workspace.h"

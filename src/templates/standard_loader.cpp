@@ -104,14 +104,12 @@ struct BlockRange {
 };
 
 // The blocks of positions min..max with half a block around them, in the area
-// of the engine; of more than 64 the middle ones.
+// of the engine. Where they reach beyond it they would be 65; the last is dropped.
 BlockRange BlocksAround(int min, int max) {
   constexpr int largest = maxGridBlocks * blockSize;
   const int first = std::max(min - blockSize / 2, 0) / blockSize;
   const int last = std::min(max + blockSize / 2, largest) / blockSize;
-  const int surplus = last - first + 1 - maxGridBlocks;
-  if (surplus <= 0) return {first, last - first + 1};
-  return {first + surplus / 2, maxGridBlocks};
+  return {first, std::min(last - first + 1, maxGridBlocks)};
 }
 
 }  // namespace

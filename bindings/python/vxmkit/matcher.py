@@ -327,8 +327,9 @@ class Matcher:
         """Yields the indices of all candidates that match the probe, in their order,
         while it takes them one by one: they need never be in memory together.
 
-        The decision is on the native scale for every format (see `THRESHOLDS`), and
-        None never matches. The matcher may do other things meanwhile, at the cost of
+        Every format is compared and decided as native, so that of ISO and ANSI records
+        those turned by more than about 15 degrees against the probe are missed: take
+        `verify` for them. None never matches. The matcher may do other things meanwhile, at the cost of
         loading the probe again.
 
         TemplateTypeError: the probe or a candidate is not a usable template of the
