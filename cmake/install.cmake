@@ -3,12 +3,12 @@
 # relative to themselves, so that an installed tree can be moved.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS vxmkit EXPORT vxmkitTargets
+install(TARGETS vxmkit vxmrecords EXPORT vxmkitTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library
     NAMELINK_COMPONENT development
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT library
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
-install(FILES ${PROJECT_SOURCE_DIR}/include/vxmkit.h
+install(FILES ${PROJECT_SOURCE_DIR}/include/vxmkit.h ${PROJECT_SOURCE_DIR}/records/vxmrecords.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 
 set(packageDir ${CMAKE_INSTALL_LIBDIR}/cmake/vxmkit)

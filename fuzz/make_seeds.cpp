@@ -7,6 +7,7 @@
 #include <string>
 
 #include "fuzz_input.h"
+#include "vxmrecords.h"
 
 namespace {
 
@@ -37,6 +38,25 @@ vxmsynth::Impression Crowd(int count, int step, int grid, int columns = 20) {
                               vxmsynth::MinutiaType::ridgeEnding, i % 128});
   }
   return crowd;
+}
+
+// The record in another form.
+Bytes InForm(const Bytes& record, int form) {
+  VXR_Record* read = nullptr;
+  VXR_Record* converted = nullptr;
+  VXR_Conversion wanted = {};
+  wanted.form = form;
+  const int told = VXR_TellForm(record.data(), record.size());
+  fuzz::Require(VXR_Read(record.data(), record.size(), told, nullptr, &read, nullptr) == VXR_OK &&
+                    VXR_Convert(read, &wanted, &converted, nullptr, nullptr) == VXR_OK,
+                "a made record is one of any form");
+  size_t size = 0;
+  VXR_Write(converted, nullptr, 0, &size, nullptr);
+  Bytes bytes(size);
+  VXR_Write(converted, bytes.data(), bytes.size(), &size, nullptr);
+  VXR_Free(read);
+  VXR_Free(converted);
+  return bytes;
 }
 
 }  // namespace
@@ -79,6 +99,10 @@ int main(int count, char** arguments) {
       put(name + "_form" + std::to_string(form),
           {usual, {Encode(type, Touch(3, 1), form), Encode(type, Touch(3, 2), form)}});
     }
+  }
+  for (int form = VXR_ANSI_2004; form <= VXR_XYT; form++) {
+    put("form_" + std::string(VXR_FormName(form)),
+        {static_cast<uint8_t>(form), {InForm(Encode(1, Touch(4, 1)), form)}});
   }
   return 0;
 }

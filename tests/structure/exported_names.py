@@ -12,7 +12,12 @@ import subprocess
 import sys
 from pathlib import Path
 
-COUNT = 19
+# Of each library: how many names, its header, what one looks like there, its list.
+LIBRARIES = {
+    "vxmkit": (19, "include/vxmkit.h", r"^VXM_API int VXM_CALL (\w+)\(", "src/exports.map"),
+    "vxmrecords": (8, "records/vxmrecords.h", r"^VXR_API .*VXR_CALL (\w+)\(",
+                   "records/vxmrecords.map"),
+}
 WINDOWS_LIBRARIES = {"advapi32.dll", "kernel32.dll", "msvcrt.dll", "oleaut32.dll", "user32.dll"}
 
 
@@ -26,6 +31,8 @@ def output_of(*command: str) -> str:
 
 def main() -> int:
     tree, tool, library = Path(sys.argv[1]), sys.argv[2], sys.argv[3]
+    count, header, declaration, export_list = LIBRARIES[
+        Path(library).name.split(".")[0].removeprefix("lib")]
     right = True
     if library.endswith(".dll"):
         dump = output_of(tool, "-p", library)
@@ -38,21 +45,21 @@ def main() -> int:
         symbols = output_of(tool, "-D", "--defined-only", library)
         exported = [line.split()[-1] for line in symbols.splitlines()]
     lists = {
-        "include/vxmkit.h": matches(tree / "include/vxmkit.h", r"^VXM_API int VXM_CALL (\w+)\("),
-        "src/exports.map": matches(tree / "src/exports.map", r"^\s*(\w+);"),
+        header: matches(tree / header, declaration),
+        export_list: matches(tree / export_list, r"^\s*(\w+);"),
         library: exported,
     }
-    declared = sorted(lists["include/vxmkit.h"])
+    declared = sorted(lists[header])
     for place, names in lists.items():
-        if len(names) != COUNT:
-            print(f"{place}: {len(names)} names, not {COUNT}")
+        if len(names) != count:
+            print(f"{place}: {len(names)} names, not {count}")
             right = False
         if sorted(names) != declared:
             print(f"{place}: differs from the header by "
                   f"{sorted(set(names) ^ set(declared)) or 'repeated names'}")
             right = False
     if right:
-        print(f"{COUNT} names, the same in {', '.join(lists)}")
+        print(f"{count} names, the same in {', '.join(lists)}")
     return 0 if right else 1
 
 

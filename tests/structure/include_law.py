@@ -47,6 +47,7 @@ NO_FLOATS = ("floating point", FLOATING_POINT)
 PURE = (NO_SYSTEM, NO_FLOATS, ("allocation", ALLOCATION), ("exceptions", EXCEPTIONS),
         ("input, output or threads", IO_AND_THREADS))
 HEADER = "include/vxmkit.h"
+RECORDS_HEADER = "records/vxmrecords.h"
 # Of the engine, what speaks about templates and not about comparing them.
 ENGINE_RECORDS = ("src/engine/workspace.h", "src/engine/records.h", "src/engine/params.h",
                   "src/engine/tables.h", "src/engine/numeric.h")
@@ -70,14 +71,17 @@ LAWS = (
         ("src/identify/", "src/matcher/", "src/engine/", "src/templates/", "src/platform/",
          HEADER), None, (NO_SYSTEM, NO_FLOATS)),
     Law("src/api/", ("src/", HEADER), None, (NO_SYSTEM,)),
-    Law("apps/", ("apps/", HEADER)),
+    Law("records/", ("records/",), None, (NO_SYSTEM, NO_FLOATS)),
+    Law("records/vxmrecords.h", (), C_HEADERS),
+    Law("apps/", ("apps/", HEADER, RECORDS_HEADER)),
     Law("apps/explain/", ("apps/", "src/")),
-    Law("bindings/", ("bindings/", HEADER)),
-    Law("fuzz/", ("fuzz/", "apps/synth/synth.h", HEADER)),
+    Law("bindings/", ("bindings/", HEADER, RECORDS_HEADER)),
+    Law("fuzz/", ("fuzz/", "apps/synth/synth.h", HEADER, RECORDS_HEADER)),
     Law("fuzz/fuzz_kernels.cpp", ("fuzz/", "src/engine/kernels/kernels.h")),
     Law("bench/", ("bench/", "src/", "apps/synth/synth.h", HEADER)),
     Law("tests/", ("tests/", "src/", HEADER)),
     Law("tests/cli/", ("apps/", HEADER)),
+    Law("tests/records/", ("tests/records/", *INTERFACE_SUPPORT, HEADER, RECORDS_HEADER)),
     Law("tests/api/", ("tests/api/", *INTERFACE_SUPPORT, HEADER)),
     Law("tests/support/", ("tests/support/", "src/", "apps/synth/synth.h", HEADER)),
     Law("tests/install/", (HEADER,)),
