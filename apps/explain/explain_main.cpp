@@ -3,12 +3,12 @@
 // It is linked to the inside of the library, and what it prints may change with
 // that from version to version.
 #include <CLI/CLI.hpp>
-#include <cstdio>
 
 #include "explanation_output.h"
 #include "failure.h"
+#include "program.h"
 #include "templates/load.h"
-#include "terminal.h"
+#include "usage.h"
 
 namespace {
 
@@ -59,34 +59,24 @@ int Run(int argc, char** argv) {
   program.footer(
       "Minutiae are numbered from 0 in the order in which the engine holds them; with one file\n"
       "the program tells that template alone. Exit codes: 0 done, 2 error.");
-  program.allow_windows_style_options(false);
   std::string probe;
   std::string reference;
   bool json = false;
   program.add_option("PROBE", probe, "Template file")->required();
   program.add_option("REFERENCE", reference, "Template file to compare it with");
   program.add_flag("--json", json, "Print JSON");
-  try {
-    program.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    return program.exit(error) == 0 ? ExitCode::success : ExitCode::error;
-  }
-  if (reference.empty()) {
-    ExplainOne(Load(probe), json);
-  } else {
-    ExplainTwo(Load(probe), Load(reference), json);
-  }
-  return ExitCode::success;
+  program.callback([&] {
+    if (reference.empty()) {
+      ExplainOne(Load(probe), json);
+    } else {
+      ExplainTwo(Load(probe), Load(reference), json);
+    }
+  });
+  return ParseAndRun(program, argc, argv, ExitCode::success);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  SpeakUtf8();
-  try {
-    return Run(argc, argv);
-  } catch (const std::exception& fault) {
-    std::fprintf(stderr, "vxm-explain: %s\n", fault.what());
-    return ExitCode::error;
-  }
+  return RunProgram("vxm-explain", [&] { return Run(argc, argv); });
 }

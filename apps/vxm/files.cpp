@@ -4,85 +4,183 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <memory>
 
 #include "failure.h"
+#include "terminal.h"
 
 namespace {
 
-using Path = std::filesystem::path;
-using std::filesystem::u8path;  // elsewhere than on Windows it takes any bytes
+using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
-constexpr std::uintmax_t largestFile = 1 << 20;
+constexpr const char* unfinishedMark = ".vxm-";
 
-std::vector<std::string> ListFolder(const Path& folder) {
-  std::vector<std::string> files;
-  try {
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-      if (entry.is_regular_file()) files.push_back(entry.path().u8string());
+bool IsUnfinished(const std::string& name) { return name.rfind(unfinishedMark, 0) == 0; }
+
+std::string ErrnoText() { return std::strerror(errno); }
+
+// Where the last part of the name begins.
+size_t LastPart(const std::string& name) {
+  size_t begin = name.size();
+  while (begin > 1 && IsSeparator(name[begin - 1])) --begin;
+  while (begin > 0 && !IsSeparator(name[begin - 1])) --begin;
+  return begin;
+}
+
+// Also a link to a folder, which could lead back to where it is, and what could keep
+// the reader waiting for ever.
+const char* ReasonToPassOver(const FolderEntry& entry) {
+  if (entry.kind == FileKind::folder && entry.link) return "is a link to a folder";
+  return entry.kind == FileKind::other ? "is no regular file" : nullptr;
+}
+
+void ListFolder(const std::string& folder, const StopCheck& stop, std::vector<std::string>& files,
+                std::vector<LeftOut>& leftOut) {
+  std::error_code fault;
+  std::vector<FolderEntry> entries = EntriesOf(folder, fault);
+  if (fault) throw Failure(folder + ": cannot be listed: " + fault.message());
+  std::sort(entries.begin(), entries.end(),
+            [](const FolderEntry& a, const FolderEntry& b) { return a.name < b.name; });
+  for (const FolderEntry& entry : entries) {
+    stop.Here();
+    if (IsUnfinished(entry.name)) continue;
+    const std::string name = InFolder(folder, entry.name);
+    if (const char* reason = ReasonToPassOver(entry)) {
+      leftOut.push_back({name, reason});
+    } else if (entry.kind == FileKind::folder) {
+      ListFolder(name, stop, files, leftOut);
+    } else {
+      files.push_back(name);
     }
-  } catch (const std::filesystem::filesystem_error& fault) {
-    throw Failure(folder.u8string() + ": cannot be listed: " + fault.code().message());
   }
-  std::sort(files.begin(), files.end());
-  return files;
+}
+
+FileKind RequireKind(const std::string& name) {
+  std::error_code fault;
+  const FileKind kind = KindOf(name, fault);
+  if (fault) throw FileFailure(name, "cannot be opened: " + fault.message());
+  if (kind == FileKind::missing) throw FileFailure(name, "no such file");
+  return kind;
+}
+
+void WriteAndClose(File file, const std::string& name, const Bytes& bytes, bool sync) {
+  std::error_code fault;
+  errno = 0;
+  if (std::fwrite(bytes.data(), 1, bytes.size(), file.get()) != bytes.size() ||
+      std::fflush(file.get()) != 0) {
+    throw Failure(name + ": cannot be written: " + ErrnoText());
+  }
+  if (sync) fault = SyncFile(file.get());
+  if (std::fclose(file.release()) != 0) throw Failure(name + ": cannot be written: " + ErrnoText());
+  if (fault) throw Failure(name + ": cannot be written: " + fault.message());
+}
+
+void WriteThrough(std::FILE* opened, const std::string& name, const Bytes& bytes) {
+  if (opened == nullptr) throw Failure(name + ": cannot be written: " + ErrnoText());
+  WriteAndClose(File(opened, std::fclose), name, bytes, false);
+}
+
+void ReplaceTarget(const std::string& name, const Bytes& bytes, Readers readers, bool exists) {
+  const std::string target = LinkTarget(name);
+  if (exists && !MayWrite(target)) throw Failure(name + ": cannot be written: it is read-only");
+  const std::string unfinished = UnfinishedName(target);
+  File file(CreateFileAnew(unfinished, readers), std::fclose);
+  if (file == nullptr) throw Failure(name + ": cannot be written: " + ErrnoText());
+  if (exists) TakeRights(file.get(), target);
+  try {
+    WriteAndClose(std::move(file), name, bytes, true);
+    const std::error_code fault = MoveOver(unfinished, target);
+    if (fault) throw Failure(name + ": cannot be written: " + fault.message());
+  } catch (const Failure&) {
+    RemoveFile(unfinished);
+    throw;
+  }
 }
 
 }  // namespace
 
-Bytes ReadFile(const std::string& name) {
-  const Path path = u8path(name);
-  std::error_code fault;
-  const auto status = std::filesystem::status(path, fault);
-  if (!std::filesystem::exists(status)) throw Failure(name + ": no such file");
-  if (std::filesystem::is_directory(status)) throw Failure(name + ": is a folder, not a file");
-  const std::uintmax_t size = std::filesystem::file_size(path, fault);
-  if (!fault && size > largestFile) {
-    throw Failure(name + ": too large for a template (" + std::to_string(size) + " bytes)");
+Bytes ReadStart(const std::string& name) {
+  const bool stream = name == streamName;
+  if (!stream && RequireKind(name) == FileKind::folder) {
+    throw FileFailure(name, "is a folder, not a file");
   }
+  if (stream) SendBytes(stdin);
   errno = 0;
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw Failure(name + ": cannot be opened: " + std::strerror(errno));
-  Bytes bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  if (file.bad()) throw Failure(name + ": cannot be read: " + std::strerror(errno));
-  if (bytes.empty()) throw Failure(name + ": is empty");
+  const File file(stream ? stdin : OpenToRead(name),
+                  stream ? [](std::FILE*) { return 0; } : std::fclose);
+  if (file == nullptr) throw FileFailure(name, "cannot be opened: " + ErrnoText());
+  Bytes bytes;
+  constexpr size_t portion = 1 << 14;
+  while (bytes.size() <= largestTemplateFile) {
+    const size_t before = bytes.size();
+    bytes.resize(std::min(before + portion, largestTemplateFile + 1));
+    const size_t read = std::fread(&bytes[before], 1, bytes.size() - before, file.get());
+    const bool full = before + read == bytes.size();
+    bytes.resize(before + read);
+    if (!full) break;
+  }
+  if (std::ferror(file.get()) != 0) throw FileFailure(name, "cannot be read: " + ErrnoText());
+  if (bytes.empty()) throw FileFailure(name, emptyFile);
   return bytes;
 }
 
-void WriteFile(const std::string& name, const Bytes& bytes) {
-  errno = 0;
-  std::ofstream file(u8path(name), std::ios::binary);
-  if (file) {
-    file.write(reinterpret_cast<const char*>(bytes.data()),
-               static_cast<std::streamsize>(bytes.size()));
-    file.close();
+void ReplaceFile(const std::string& name, const Bytes& bytes, Readers readers) {
+  std::error_code fault;
+  if (name == streamName) {
+    SendBytes(stdout);
+    std::fwrite(bytes.data(), 1, bytes.size(), stdout);  // the program's end tells of a fault
+    return;
   }
-  if (!file) throw Failure(name + ": cannot be written: " + std::strerror(errno));
+  const FileKind kind = KindOf(name, fault);
+  if (fault) throw Failure(name + ": cannot be written: " + fault.message());
+  if (kind == FileKind::folder) throw Failure(name + ": cannot be written: is a folder");
+  if (kind == FileKind::other) {
+    WriteThrough(OpenToWrite(name), name, bytes);
+  } else {
+    ReplaceTarget(name, bytes, readers, kind == FileKind::file);
+  }
 }
 
-std::vector<std::string> ListFiles(const std::vector<std::string>& names) {
+std::vector<std::string> ListFiles(const std::vector<std::string>& names, const StopCheck& stop,
+                                   std::vector<LeftOut>& leftOut) {
   std::vector<std::string> files;
   for (const std::string& name : names) {
-    std::error_code fault;
-    const auto status = std::filesystem::status(u8path(name), fault);
-    if (std::filesystem::is_directory(status)) {
-      const std::vector<std::string> listed = ListFolder(u8path(name));
-      files.insert(files.end(), listed.begin(), listed.end());
-    } else if (std::filesystem::exists(status)) {
-      files.push_back(name);
+    stop.Here();
+    if (name != streamName && RequireKind(name) == FileKind::folder) {
+      ListFolder(name, stop, files, leftOut);
     } else {
-      throw Failure(name + ": no such file");
+      files.push_back(name);
     }
   }
   return files;
 }
 
 void MakeFolder(const std::string& name) {
-  const Path folder = u8path(name);
   std::error_code fault;
-  if (std::filesystem::is_directory(folder, fault)) return;
-  std::filesystem::create_directories(folder, fault);
+  if (KindOf(name, fault) == FileKind::folder) return;
+  const std::string parent = FolderOf(name);
+  if (parent != name && KindOf(parent, fault) == FileKind::missing) MakeFolder(parent);
+  fault = MakeOneFolder(name);
   if (fault) throw Failure(name + ": cannot be made: " + fault.message());
 }
+
+std::string UnfinishedName(const std::string& beside) {
+  static int count = 0;
+  return InFolder(FolderOf(beside), unfinishedMark + ProcessMark() + "-" + std::to_string(++count));
+}
+
+std::string InFolder(const std::string& folder, const std::string& name) {
+  return !folder.empty() && IsSeparator(folder.back()) ? folder + name : folder + "/" + name;
+}
+
+std::string FolderOf(const std::string& name) {
+  const size_t end = LastPart(name);
+  return end == 0 ? "." : name.substr(0, end);
+}
+
+std::string WithoutSuffix(const std::string& name) {
+  const size_t dot = name.rfind('.');
+  return dot != std::string::npos && dot > LastPart(name) ? name.substr(0, dot) : name;
+}
+
+std::string StemOf(const std::string& name) { return WithoutSuffix(name).substr(LastPart(name)); }

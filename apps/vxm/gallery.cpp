@@ -1,53 +1,137 @@
 // Gathers the candidates of a search.
 #include "gallery.h"
 
-#include <optional>
+#include <memory>
+#include <unordered_set>
 
 #include "failure.h"
 #include "gallery_file.h"
-#include "interrupt.h"
+#include "gallery_mark.h"
 #include "progress.h"
 
 namespace {
 
-Gallery LoadFiles(const std::vector<std::string>& files, const TemplateFile& probe) {
-  Gallery gallery;
-  Progress progress("loading", files.size());
-  for (const std::string& name : files) {
-    if (Interrupted()) break;
-    std::optional<TemplateFile> file;
-    try {
-      file = LoadTemplateFile(name);
-    } catch (const Failure& failure) {
-      if (gallery.skipped++ == 0) gallery.firstSkip = failure.what();
-    }
-    if (file) {
-      RequireSameFormat(probe, *file);
-      gallery.candidates.push_back({std::move(file->name), std::move(file->bytes)});
-    }
-    progress.Step();
-  }
-  return gallery;
-}
+// A template of another format than the probe's, and who it is of.
+struct OtherFormat {
+  std::string owner;
+  LeftOut why;
+};
 
-// The entries of the probe's format; a gallery may hold others beside them.
-Gallery LoadEntries(const std::string& name, const TemplateFile& probe) {
-  Gallery gallery;
-  std::vector<GalleryEntry> entries = ReadGallery(name);
-  for (GalleryEntry& entry : entries) {
-    if (entry.format != probe.inspection.format) continue;
-    gallery.candidates.push_back({std::move(entry.id), std::move(entry.bytes)});
+class Loader {
+ public:
+  Loader(const TemplateFile& probe, const StopCheck& stop, Gallery& gallery)
+      : probe_(probe), stop_(stop), gallery_(gallery) {}
+
+  void LoadFile(const std::string& name) {
+    try {
+      Bytes bytes = ReadStart(name);
+      if (LooksLikeGallery(bytes)) return LoadEntries(name);
+      TemplateFile file = RequireTemplate(name, std::move(bytes));
+      Take(name, WithoutSuffix(name), noGallery, std::move(file.bytes), file.inspection);
+    } catch (const FileFailure& failure) {
+      gallery_.leftOut.push_back({failure.name, failure.reason});
+    }
   }
-  if (gallery.candidates.empty() && !entries.empty()) {
-    throw Failure(name + ": holds no templates of " + probe.name +
-                  "'s format: " + NameOf(probe.inspection.format));
+
+  // Of those that are left only the ones whose owner is not among the candidates are
+  // left out.
+  void SettleOtherFormats() {
+    if (others_.empty()) return;
+    std::unordered_set<std::string> owners;
+    for (const Candidate& candidate : gallery_.candidates) {
+      owners.insert(OwnerOf(candidate.gallery, candidate.gallery == noGallery
+                                                   ? WithoutSuffix(candidate.name)
+                                                   : candidate.name));
+    }
+    for (OtherFormat& other : others_) {
+      if (owners.count(other.owner) != 0) {
+        ++gallery_.otherFormats;
+      } else {
+        gallery_.leftOut.push_back(std::move(other.why));
+      }
+    }
   }
-  return gallery;
+
+ private:
+  static std::string OwnerOf(size_t gallery, const std::string& id) {
+    return std::to_string(gallery) + ":" + id;
+  }
+
+  // An id or a file's name, and what it is without its suffix.
+  void Take(const std::string& name, const std::string& owner, size_t source, Bytes bytes,
+            const Inspection& found) {
+    const std::string shown = source == noGallery ? name : gallery_.files[source] + ":" + name;
+    if (found.format != probe_.inspection.format) {
+      others_.push_back({OwnerOf(source, owner),
+                         {shown, std::string("is ") + ::NameOf(found.format) + ", and the probe " +
+                                     ::NameOf(probe_.inspection.format)}});
+    } else if (const std::string reason = Unmatchable(found); !reason.empty()) {
+      gallery_.leftOut.push_back({shown, reason});
+    } else {
+      gallery_.candidates.push_back({name, source, found.attribute, std::move(bytes)});
+    }
+  }
+
+  void LoadEntries(const std::string& name) {
+    gallery_.files.push_back(name);
+    const size_t source = gallery_.files.size() - 1;
+    std::unique_ptr<Progress> progress;
+    VisitGallery(
+        name, stop_,
+        [&](size_t count) { progress = std::make_unique<Progress>("loading " + name, count); },
+        [&](StoredEntry&& entry) {
+          if (!entry.fault.empty()) {
+            gallery_.leftOut.push_back({name + ":" + entry.id, entry.fault});
+          } else {
+            Take(entry.id, entry.id, source, std::move(entry.bytes), entry.inspection);
+          }
+          progress->Step();
+        });
+  }
+
+  const TemplateFile& probe_;
+  const StopCheck& stop_;
+  Gallery& gallery_;
+  std::vector<OtherFormat> others_;
+};
+
+// SQLite's files beside a gallery, which come and go with its changes.
+bool IsBesideGallery(const std::string& name) {
+  for (const std::string suffix : {"-journal", "-wal", "-shm"}) {
+    const size_t length = name.size() - std::min(name.size(), suffix.size());
+    std::error_code fault;
+    if (name.compare(length, suffix.size(), suffix) == 0 &&
+        KindOf(name.substr(0, length), fault) == FileKind::file) {
+      return LooksLikeGallery(ReadStart(name.substr(0, length)));
+    }
+  }
+  return false;
 }
 
 }  // namespace
 
-Gallery LoadGallery(const std::vector<std::string>& names, const TemplateFile& probe) {
-  if (names.size() == 1 && IsGallery(names[0])) return LoadEntries(names[0], probe);
-  return LoadFiles(ListFiles(names), probe);
+std::string Gallery::NameOf(const Candidate& candidate) const {
+  if (candidate.gallery == noGallery || !severalSources) return candidate.name;
+  return files[candidate.gallery] + ":" + candidate.name;
+}
+
+Gallery LoadGallery(const std::vector<std::string>& names, const TemplateFile& probe,
+                    const StopCheck& stop) {
+  Gallery gallery;
+  Loader loader(probe, stop, gallery);
+  try {
+    const std::vector<std::string> files = ListFiles(names, stop, gallery.leftOut);
+    gallery.severalSources = files.size() > 1;
+    Progress progress("loading", files.size());
+    for (const std::string& name : files) {
+      stop.Here();
+      if (!IsBesideGallery(name)) loader.LoadFile(name);
+      progress.Step();
+    }
+    stop.Here();
+  } catch (const Stopped& stopped) {
+    gallery.stopped = stopped.reason;
+  }
+  loader.SettleOtherFormats();
+  return gallery;
 }

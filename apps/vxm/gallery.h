@@ -1,21 +1,35 @@
-// What a probe is searched in: templates of its format, from files or from one
-// gallery file.
+// What a probe is searched in: templates of its format, from files, folders and
+// galleries.
 #pragma once
 
 #include "template_file.h"
 
 struct Candidate {
-  std::string name;  // of the file, or the id in the gallery file
+  std::string name;  // of the file, or the id in the gallery
+  size_t gallery;    // index in Gallery::files, or noGallery
+  int attribute;
   Bytes bytes;
 
   int Size() const { return static_cast<int>(bytes.size()); }
 };
 
+constexpr size_t noGallery = static_cast<size_t>(-1);
+
 struct Gallery {
   std::vector<Candidate> candidates;
-  size_t skipped = 0;  // files that are no templates
-  std::string firstSkip;
+  std::vector<std::string> files;  // the galleries among the names
+  std::vector<LeftOut> leftOut;    // was asked for and cannot be compared
+  // Templates of other formats that the probe need not be compared with: of the same
+  // id, or the same name but for the suffix, there is one of its format.
+  size_t otherFormats = 0;
+  StopReason stopped = StopReason::none;  // before all was loaded
+
+  // With the gallery's name where there is more than one source.
+  std::string NameOf(const Candidate& candidate) const;
+  bool severalSources = false;
 };
 
-// Reads one gallery file, or template files and folders of them. Stops at Ctrl-C.
-Gallery LoadGallery(const std::vector<std::string>& names, const TemplateFile& probe);
+// Galleries are told by what they are, also in folders. One that cannot be read is a
+// failure; a template that is none is left out.
+Gallery LoadGallery(const std::vector<std::string>& names, const TemplateFile& probe,
+                    const StopCheck& stop);

@@ -1,140 +1,196 @@
-// Galleries in SQLite files.
+// What is done with the templates of a gallery.
 #include "gallery_file.h"
 
-#include <SQLiteCpp/SQLiteCpp.h>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <optional>
+#include <set>
 
-#include <filesystem>
-
-#include "failure.h"
-#include "progress.h"
+#include "gallery_database.h"
 
 namespace {
 
-constexpr int waitForOthers = 10000;
+using Use = GalleryDatabase::Use;
 
-const char* const schema =
-    "CREATE TABLE templates ("
-    "  number INTEGER PRIMARY KEY,"
-    "  id TEXT NOT NULL,"
-    "  type INTEGER NOT NULL CHECK (type IN (2001, 2002, 2003)),"
-    "  template BLOB NOT NULL,"
-    "  note TEXT NOT NULL,"
-    "  UNIQUE (id, type)"
-    ") STRICT";
-
-// SQLite takes some relative names for no file at all.
-std::string FullName(const std::string& name) {
-  return std::filesystem::absolute(std::filesystem::u8path(name)).u8string();
-}
-
-int Number(SQLite::Database& database, const char* query) {
-  return database.execAndGet(query).getInt();
-}
-
-// A file without content is what a killed first enrolment may leave.
-bool HasTemplates(SQLite::Database& database, const std::string& name) {
-  if (Number(database, "PRAGMA application_id") == galleryMark) return true;
-  if (Number(database, "SELECT count(*) FROM sqlite_master") == 0) return false;
-  throw Failure(name + ": is a database of something else, not a gallery");
-}
-
-// Does the work on the open file.
-template <typename Work>
-auto InGallery(const std::string& name, int mode, Work work) {
-  std::error_code fault;
-  const auto status = std::filesystem::status(std::filesystem::u8path(name), fault);
-  if (std::filesystem::is_directory(status)) throw Failure(name + ": is a folder, not a gallery");
-  if ((mode & SQLite::OPEN_CREATE) == 0 && !std::filesystem::exists(status)) {
-    throw Failure(name + ": no such file");
-  }
-  try {
-    SQLite::Database database(FullName(name), mode, waitForOthers);
-    return work(database);
-  } catch (const SQLite::Exception& exception) {
-    throw Failure(name + ": " + exception.what());
-  }
-}
-
-Failure NotEnrolled(const std::string& name, const std::string& id) {
-  return Failure(name + ": " + id + " is not enrolled");
-}
-
-Format FormatOf(int type) {
-  for (const Format format : {Format::iso, Format::ansi}) {
+std::optional<Format> FormatOf(int type) {
+  for (const Format format : {Format::native, Format::iso, Format::ansi}) {
     if (TypeOf(format) == type) return format;
   }
-  return Format::native;
+  return std::nullopt;
+}
+
+// Of id, type, template, note and time of enrolment.
+StoredEntry ReadEntry(SQLite::Statement& row) {
+  StoredEntry entry;
+  const SQLite::Column bytes = row.getColumn(2);
+  const auto* data = static_cast<const unsigned char*>(bytes.getBlob());
+  if (data != nullptr) entry.bytes.assign(data, data + bytes.getBytes());
+  if (row.getColumn(0).isText()) entry.id = row.getColumn(0).getString();
+  entry.note = row.getColumn(3).getString();
+  entry.enrolled = row.getColumn(4).getString();
+  entry.inspection = Inspect(entry.bytes);
+  const std::optional<Format> format = FormatOf(row.getColumn(1).getInt());
+  entry.format = format.value_or(entry.inspection.format);
+  if (entry.id.empty()) {
+    entry.fault = "has no id";
+  } else if (!format) {
+    entry.fault = "has the unknown type " + std::to_string(row.getColumn(1).getInt());
+  } else if (!entry.inspection.fault.empty()) {
+    entry.fault = FaultText(entry.inspection);
+  } else if (*format != entry.inspection.format) {
+    entry.fault = std::string("is enrolled as ") + NameOf(*format) + " but is " +
+                  NameOf(entry.inspection.format);
+  }
+  return entry;
+}
+
+std::string SelectEntries(GalleryDatabase& gallery) {
+  return std::string("SELECT id, type, template, note, ") +
+         (gallery.Version() == 0 ? "NULL" : "enrolled") + " FROM templates ";
+}
+
+std::string Now() {
+  const std::time_t now = std::time(nullptr);
+  char text[32];
+  std::strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%SZ", std::gmtime(&now));
+  return text;
+}
+
+// True if it was not there before.
+bool MakeFile(const std::string& name) {
+  std::FILE* made = CreateFileAnew(name, Readers::ownerOnly);
+  if (made != nullptr) return std::fclose(made) == 0;
+  std::error_code fault;
+  if (KindOf(name, fault) != FileKind::missing) return false;
+  throw Failure(name + ": cannot be made: " + std::strerror(errno));
+}
+
+bool HasContent(const std::string& name) {
+  const std::FILE* const none = nullptr;
+  std::FILE* file = OpenToRead(name);
+  const bool content = file != none && std::fgetc(file) != EOF;
+  if (file != none) std::fclose(file);
+  return content;
+}
+
+Enrolment Insert(GalleryDatabase& gallery, const std::vector<GalleryEntry>& entries, KnownId known,
+                 const StopCheck& stop) {
+  SQLite::Transaction change(gallery.Get(), SQLite::TransactionBehavior::IMMEDIATE);
+  gallery.Prepare();
+  SQLite::Statement insert(gallery.Get(),
+                           "INSERT INTO templates (id, type, template, note, enrolled) "
+                           "VALUES (?, ?, ?, ?, ?) ON CONFLICT DO NOTHING");
+  SQLite::Statement replace(gallery.Get(),
+                            "UPDATE templates SET template = ?3, note = ?4, enrolled = ?5 "
+                            "WHERE id = ?1 AND type = ?2");
+  const std::string now = Now();
+  const auto run = [&now](SQLite::Statement& statement, const GalleryEntry& entry) {
+    statement.reset();
+    statement.bind(1, entry.id);
+    statement.bind(2, TypeOf(entry.format));
+    statement.bindNoCopy(3, entry.bytes.data(), static_cast<int>(entry.bytes.size()));
+    statement.bind(4, entry.note);
+    statement.bind(5, now);
+    return statement.exec() != 0;
+  };
+  Enrolment done;
+  for (const GalleryEntry& entry : entries) {
+    stop.Here();
+    if (run(insert, entry)) {
+      ++done.added;
+    } else if (known == KnownId::replace) {
+      run(replace, entry);
+      ++done.replaced;
+    } else {
+      done.known.push_back(
+          {entry.id, std::string("is enrolled already (") + NameOf(entry.format) + ")"});
+    }
+  }
+  if (known == KnownId::refuse && !done.known.empty()) return done;
+  done.total = static_cast<size_t>(gallery.Number("SELECT count(*) FROM templates"));
+  change.commit();
+  return done;
 }
 
 }  // namespace
 
-std::vector<GalleryEntry> ReadGallery(const std::string& name) {
-  return InGallery(name, SQLite::OPEN_READWRITE, [&](SQLite::Database& database) {
-    std::vector<GalleryEntry> entries;
-    if (!HasTemplates(database, name)) return entries;
-    const SQLite::Transaction unchanged(database);
-    const auto count = static_cast<size_t>(Number(database, "SELECT count(*) FROM templates"));
-    entries.reserve(count);
-    Progress progress("loading", count);
-    SQLite::Statement query(database,
-                            "SELECT id, type, template, note FROM templates ORDER BY number");
-    while (query.executeStep()) {
-      const SQLite::Column bytes = query.getColumn(2);
-      const auto* data = static_cast<const unsigned char*>(bytes.getBlob());
-      entries.push_back({query.getColumn(0).getString(),
-                         FormatOf(query.getColumn(1).getInt()),
-                         {data, data + bytes.getBytes()},
-                         query.getColumn(3).getString()});
-      progress.Step();
+void VisitGallery(const std::string& name, const StopCheck& stop,
+                  const std::function<void(size_t count)>& begin,
+                  const std::function<void(StoredEntry&&)>& visit) {
+  InGallery(name, Use::read, stop, [&](GalleryDatabase& gallery) {
+    const SQLite::Transaction unchanged(gallery.Get());
+    if (!gallery.HasTemplates()) return begin(0);
+    begin(static_cast<size_t>(gallery.Number("SELECT count(*) FROM templates")));
+    SQLite::Statement query(gallery.Get(), SelectEntries(gallery) + "ORDER BY number");
+    for (size_t position = 1; query.executeStep(); ++position) {
+      stop.Here();
+      StoredEntry entry = ReadEntry(query);
+      if (entry.id.empty()) entry.id = "entry " + std::to_string(position);
+      visit(std::move(entry));
     }
-    return entries;
   });
 }
 
-size_t AddToGallery(const std::string& name, const std::vector<GalleryEntry>& entries) {
-  const int mode = SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE;
-  return InGallery(name, mode, [&](SQLite::Database& database) {
-    SQLite::Transaction change(database, SQLite::TransactionBehavior::IMMEDIATE);
-    if (!HasTemplates(database, name)) {
-      database.exec("PRAGMA application_id = " + std::to_string(galleryMark));
-      database.exec(schema);
+std::vector<StoredEntry> EntriesOfId(const std::string& name, const std::string& id,
+                                     const StopCheck& stop) {
+  return InGallery(name, Use::read, stop, [&](GalleryDatabase& gallery) {
+    std::vector<StoredEntry> found;
+    if (gallery.HasTemplates()) {
+      SQLite::Statement query(gallery.Get(),
+                              SelectEntries(gallery) + "WHERE id = ? ORDER BY number");
+      query.bind(1, id);
+      while (query.executeStep()) found.push_back(ReadEntry(query));
     }
-    SQLite::Statement insert(database,
-                             "INSERT INTO templates (id, type, template, note) "
-                             "VALUES (?, ?, ?, ?) ON CONFLICT DO NOTHING");
-    for (const GalleryEntry& entry : entries) {
-      insert.bind(1, entry.id);
-      insert.bind(2, TypeOf(entry.format));
-      insert.bindNoCopy(3, entry.bytes.data(), static_cast<int>(entry.bytes.size()));
-      insert.bind(4, entry.note);
-      if (insert.exec() == 0) {
-        throw Failure(name + ": " + entry.id + " (" + NameOf(entry.format) +
-                      ") is enrolled already");
-      }
-      insert.reset();
-    }
-    const int count = Number(database, "SELECT count(*) FROM templates");
-    change.commit();
-    return static_cast<size_t>(count);
+    if (found.empty()) throw Failure(name + ": " + id + " is not enrolled");
+    return found;
   });
 }
 
-size_t RemoveFromGallery(const std::string& name, const std::vector<std::string>& ids) {
-  return InGallery(name, SQLite::OPEN_READWRITE, [&](SQLite::Database& database) {
-    SQLite::Transaction change(database, SQLite::TransactionBehavior::IMMEDIATE);
-    size_t removed = 0;
-    const bool any = HasTemplates(database, name);
-    for (const std::string& id : ids) {
+std::vector<std::string> FileFaults(const std::string& name, const StopCheck& stop) {
+  return InGallery(name, Use::read, stop, [&](GalleryDatabase& gallery) {
+    std::vector<std::string> faults;
+    SQLite::Statement query(gallery.Get(), "PRAGMA integrity_check");
+    while (query.executeStep()) faults.push_back(query.getColumn(0).getString());
+    if (faults == std::vector<std::string>{"ok"}) faults.clear();
+    return faults;
+  });
+}
+
+Enrolment AddToGallery(const std::string& name, const std::vector<GalleryEntry>& entries,
+                       KnownId known, const StopCheck& stop) {
+  const bool made = MakeFile(name);
+  try {
+    Enrolment done = InGallery(name, Use::create, stop, [&](GalleryDatabase& gallery) {
+      return Insert(gallery, entries, known, stop);
+    });
+    // Another program that made the file at the same time, and failed, removes it.
+    if (!HasContent(name)) throw Failure(name + ": was removed while it was written");
+    return done;
+  } catch (...) {
+    if (made && !HasContent(name)) RemoveFile(name);
+    throw;
+  }
+}
+
+Removal RemoveFromGallery(const std::string& name, const std::vector<std::string>& ids,
+                          const StopCheck& stop) {
+  return InGallery(name, Use::change, stop, [&](GalleryDatabase& gallery) {
+    SQLite::Transaction change(gallery.Get(), SQLite::TransactionBehavior::IMMEDIATE);
+    const bool any = gallery.HasTemplates();
+    Removal done;
+    for (const std::string& id : std::set<std::string>(ids.begin(), ids.end())) {
+      stop.Here();
       int count = 0;
       if (any) {
-        SQLite::Statement remove(database, "DELETE FROM templates WHERE id = ?");
+        SQLite::Statement remove(gallery.Get(), "DELETE FROM templates WHERE id = ?");
         remove.bind(1, id);
         count = remove.exec();
       }
-      if (count == 0) throw NotEnrolled(name, id);
-      removed += static_cast<size_t>(count);
+      if (count == 0) done.unknown.push_back({id, "is not enrolled"});
+      done.removed += static_cast<size_t>(count);
     }
-    change.commit();
-    return removed;
+    if (done.unknown.empty()) change.commit();
+    return done;
   });
 }

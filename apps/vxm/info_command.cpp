@@ -1,11 +1,14 @@
 // vxm info: what template files hold, and why a bad one is bad.
 #include <cstdio>
+#include <map>
 #include <memory>
 
 #include "commands.h"
 #include "failure.h"
+#include "gallery_file.h"
 #include "json_output.h"
-#include "template_file.h"
+#include "named_template.h"
+#include "program.h"
 
 namespace {
 
@@ -13,9 +16,6 @@ struct InfoOptions {
   std::vector<std::string> files;
   bool json = false;
 };
-
-// Fewer can be stored but never match.
-constexpr int fewestUseful = 4;
 
 Json Describe(const TemplateFile& file) {
   const Inspection& found = file.inspection;
@@ -25,10 +25,11 @@ Json Describe(const TemplateFile& file) {
                 {"format", NameOf(found.format)},
                 {"size", file.bytes.size()},
                 {"minutiae", found.minutiae},
+                {"usableMinutiae", found.usable},
                 {native ? "gridWidth" : "imageWidth", found.width},
                 {native ? "gridHeight" : "imageHeight", found.height},
                 {"attribute", found.attribute},
-                {"matchable", found.minutiae >= fewestUseful}};
+                {"matchable", Unmatchable(found).empty()}};
   if (native) entry["form"] = found.form;
   return entry;
 }
@@ -36,28 +37,70 @@ Json Describe(const TemplateFile& file) {
 void PrintLine(const TemplateFile& file) {
   const Inspection& found = file.inspection;
   const bool native = found.format == Format::native;
-  std::printf("%s: %s, %d bytes, %d minutiae, %s %d x %d %s, attribute %d", file.name.c_str(),
-              NameOf(found.format), file.Size(), found.minutiae, native ? "grid" : "image",
-              found.width, found.height, native ? "blocks" : "pixels", found.attribute);
+  std::printf("%s: %s, %d bytes, %d minutiae, %s %d x %d %s, attribute %d",
+              Printable(file.name).c_str(), NameOf(found.format), file.Size(), found.minutiae,
+              native ? "grid" : "image", found.width, found.height, native ? "blocks" : "pixels",
+              found.attribute);
   if (native) std::printf(", %s", found.form.c_str());
-  if (found.minutiae < fewestUseful) std::printf(", too few minutiae to match anything");
+  const std::string reason = Unmatchable(found);
+  if (!reason.empty()) std::printf(", %s", reason.c_str());
   std::printf("\n");
 }
 
+// A gallery is no template, but a user may well ask what it is.
+Json DescribeGallery(const std::string& name, const StopCheck& stop) {
+  std::map<std::string, size_t> formats;
+  size_t damaged = 0;
+  VisitGallery(
+      name, stop, [](size_t) {},
+      [&](StoredEntry&& entry) {
+        if (entry.fault.empty()) {
+          ++formats[NameOf(entry.format)];
+        } else {
+          ++damaged;
+        }
+      });
+  Json entry = {{"file", name}, {"valid", damaged == 0}, {"gallery", Json::object()}};
+  for (const auto& [format, count] : formats) entry["gallery"][format] = count;
+  entry["damaged"] = damaged;
+  return entry;
+}
+
+void PrintGallery(const Json& gallery) {
+  std::printf("%s: gallery", Printable(gallery["file"]).c_str());
+  for (const auto& [format, count] : gallery["gallery"].items()) {
+    std::printf(", %zu %s", count.get<size_t>(), format.c_str());
+  }
+  const auto damaged = gallery["damaged"].get<size_t>();
+  if (damaged > 0) std::printf(", %zu damaged", damaged);
+  std::printf("\n");
+}
+
+// Whether all of it is valid.
+bool TellOne(const std::string& name, bool json, const StopCheck& stop, Json& entries) {
+  if (IsGallery(name)) {
+    entries.push_back(DescribeGallery(name, stop));
+    if (!json) PrintGallery(entries.back());
+    return entries.back()["valid"];
+  }
+  for (const TemplateFile& file : LoadNamed(name, stop)) {
+    entries.push_back(Describe(file));
+    if (!json) PrintLine(file);
+  }
+  return true;
+}
+
 int Info(const InfoOptions& options) {
+  const StopCheck stop;
   Json entries = Json::array();
   int exitCode = ExitCode::success;
   for (const std::string& name : options.files) {
+    stop.Here();
     try {
-      const TemplateFile file = LoadTemplateFile(name);
-      if (options.json) {
-        entries.push_back(Describe(file));
-      } else {
-        PrintLine(file);
-      }
+      if (!TellOne(name, options.json, stop, entries)) exitCode = ExitCode::error;
     } catch (const Failure& failure) {
       exitCode = ExitCode::error;
-      std::fprintf(stderr, "vxm: %s\n", failure.what());
+      Say(failure.what());
       entries.push_back({{"file", name}, {"valid", false}, {"fault", failure.what()}});
     }
   }
@@ -69,9 +112,9 @@ int Info(const InfoOptions& options) {
 
 void AddInfo(CLI::App& program, int& exitCode) {
   auto* command = program.add_subcommand("info", "Show what template files hold");
-  command->footer("Exit codes: 0 all files are valid templates, 2 some are not.");
+  command->footer("Exit codes: 0 all are valid, 2 some are not.");
   auto options = std::make_shared<InfoOptions>();
-  command->add_option("FILE", options->files, "Template files")->required();
+  command->add_option("FILE", options->files, "Template files, galleries, GALLERY:ID")->required();
   command->add_flag("--json", options->json, "Print JSON");
   command->callback([options, &exitCode] { exitCode = Info(*options); });
 }

@@ -1,6 +1,7 @@
 // Reads the headers of the three formats and names the first fault.
 #include "inspect.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "vxmkit.h"
@@ -8,6 +9,7 @@
 namespace {
 
 constexpr int maxMinutiae = 200;
+constexpr int mostIsoMinutiae = 127;
 constexpr int blockPixels = 16;
 
 // Bytes beyond the end read as 0.
@@ -65,6 +67,7 @@ void InspectNative(const Bytes& bytes, Inspection& found) {
   } else {
     found.fault = OutsideFault(bytes, found, recordSize);
   }
+  found.usable = found.minutiae;
 }
 
 // The attribute stands in the first extended data field or else in the header's
@@ -77,6 +80,51 @@ int StandardAttribute(const Bytes& bytes, size_t extended, int reservedByte) {
   const bool fieldInside = field >= 5 && extended + 2 + static_cast<size_t>(field) <= bytes.size();
   const bool present = blockInside && fieldInside && WordAt(bytes, extended + 2) == attributeField;
   return present ? ByteAt(bytes, extended + 6) : reservedByte;
+}
+
+struct Point {
+  int x;
+  int y;
+};
+
+// The pixels from `low` to `high` of the blocks that hold what lies between least and
+// greatest, at most 64 blocks.
+struct Span {
+  int low;
+  int high;
+};
+
+Span SpanOf(int least, int greatest) {
+  constexpr int margin = 8;
+  constexpr int largest = 1024;
+  constexpr int mostBlocks = largest / blockPixels;
+  const int first = std::max(least - margin, 0) / blockPixels;
+  const int last = std::min(greatest + margin, largest) / blockPixels;
+  const int blocks = std::min(last - first + 1, mostBlocks);
+  return {first * blockPixels, (first + blocks) * blockPixels - 1};
+}
+
+// The minutiae that the library loads: inside the image, and not on the first line or
+// column of the blocks around them.
+int CountUsable(const Bytes& bytes, const Inspection& found, size_t firstRecord) {
+  const int most = found.format == Format::ansi ? maxMinutiae : mostIsoMinutiae;
+  std::vector<Point> points;
+  Point least = {1024, 1024};
+  Point greatest = {0, 0};
+  for (int i = 0; i < std::min(found.minutiae, most); ++i) {
+    const size_t record = firstRecord + 6 * static_cast<size_t>(i);
+    const Point point = {WordAt(bytes, record) & 0x3FFF, WordAt(bytes, record + 2)};
+    if (point.x >= found.width || point.y >= found.height || point.y >= 0x8000) continue;
+    least = {std::min(least.x, point.x), std::min(least.y, point.y)};
+    greatest = {std::max(greatest.x, point.x), std::max(greatest.y, point.y)};
+    points.push_back(point);
+  }
+  const Span columns = SpanOf(least.x, greatest.x);
+  const Span rows = SpanOf(least.y, greatest.y);
+  return static_cast<int>(std::count_if(points.begin(), points.end(), [&](Point point) {
+    return point.x > columns.low && point.x <= columns.high && point.y > rows.low &&
+           point.y <= rows.high;
+  }));
 }
 
 void InspectStandard(const Bytes& bytes, Inspection& found) {
@@ -99,6 +147,8 @@ void InspectStandard(const Bytes& bytes, Inspection& found) {
     found.fault = "minutia count " + std::to_string(found.minutiae) + " (must be 0 to 200)";
   } else if (bytes.size() < found.bodySize + 2) {
     found.fault = TooShort(bytes.size(), found.bodySize + 2);
+  } else {
+    found.usable = CountUsable(bytes, found, 28 + shift);
   }
 }
 
@@ -131,4 +181,11 @@ Inspection Inspect(const Bytes& bytes) {
     InspectNative(bytes, found);
   }
   return found;
+}
+
+std::string Unmatchable(const Inspection& found) {
+  if (found.usable >= fewestUsable) return "";
+  return "has too few minutiae to match anything: " + std::to_string(found.usable) +
+         " usable ones of " + std::to_string(found.minutiae) + ", and " +
+         std::to_string(fewestUsable) + " are needed";
 }

@@ -19,7 +19,8 @@ struct Inspection {
   std::string fault;  // why the library would refuse it; empty when valid
   // The rest holds what could be read before the fault.
   int minutiae = 0;
-  int width = 0;  // native: of the grid, in blocks; others: of the image, in pixels
+  int usable = 0;  // of them, by the library: those inside the image and 64 x 64 blocks
+  int width = 0;   // native: of the grid, in blocks; others: of the image, in pixels
   int height = 0;
   int attribute = 0;
   std::string form;  // native: the kinds of record and map
@@ -28,3 +29,10 @@ struct Inspection {
 };
 
 Inspection Inspect(const Bytes& bytes);
+
+// A template with fewer usable minutiae can be stored, but no comparison with it is
+// made.
+constexpr int fewestUsable = 4;
+
+// Why a valid template can never match; empty if it can.
+std::string Unmatchable(const Inspection& found);

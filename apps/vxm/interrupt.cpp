@@ -1,24 +1,9 @@
-// A signal handler may do next to nothing, so it sets a flag, and a thread that
-// looks at the flag makes the call.
+// A thread looks at what the signal's handler noted, and makes the call.
 #include "interrupt.h"
 
 #include <chrono>
-#include <csignal>
 
-namespace {
-
-volatile std::sig_atomic_t interrupted = 0;
-
-void NoteInterrupt(int signal) {
-  interrupted = 1;
-  std::signal(signal, SIG_DFL);
-}
-
-}  // namespace
-
-void CatchInterrupt() { std::signal(SIGINT, NoteInterrupt); }
-
-bool Interrupted() { return interrupted != 0; }
+#include "stop.h"
 
 AbortOnInterrupt::AbortOnInterrupt(MatcherHandle matcher)
     : watcher_([this, matcher] {

@@ -6,6 +6,7 @@
 #include "failure.h"
 #include "gallery_file.h"
 #include "json_output.h"
+#include "program.h"
 
 namespace {
 
@@ -15,20 +16,29 @@ struct ListOptions {
 };
 
 int List(const ListOptions& options) {
+  const StopCheck stop;
   Json report = Json::array();
-  for (const GalleryEntry& entry : ReadGallery(options.gallery)) {
-    if (options.json) {
-      report.push_back({{"id", entry.id},
-                        {"format", NameOf(entry.format)},
-                        {"size", entry.bytes.size()},
-                        {"note", entry.note}});
-    } else {
-      std::printf("%s\t%s\t%zu bytes\t%s\n", entry.id.c_str(), NameOf(entry.format),
-                  entry.bytes.size(), entry.note.c_str());
-    }
-  }
+  std::vector<LeftOut> damaged;
+  VisitGallery(
+      options.gallery, stop, [](size_t) {},
+      [&](StoredEntry&& entry) {
+        if (!entry.fault.empty()) damaged.push_back({entry.id, entry.fault});
+        if (options.json) {
+          report.push_back({{"id", entry.id},
+                            {"format", NameOf(entry.format)},
+                            {"size", entry.bytes.size()},
+                            {"note", entry.note},
+                            {"enrolled", entry.enrolled},
+                            {"fault", entry.fault}});
+        } else {
+          std::printf("%s\t%s\t%zu bytes\t%s\t%s\n", Printable(entry.id).c_str(),
+                      NameOf(entry.format), entry.bytes.size(), Printable(entry.note).c_str(),
+                      Printable(entry.enrolled).c_str());
+        }
+      });
   if (options.json) PrintJson(report);
-  return ExitCode::success;
+  TellLeftOut(options.gallery, damaged);
+  return damaged.empty() ? ExitCode::success : ExitCode::incomplete;
 }
 
 }  // namespace
@@ -36,8 +46,10 @@ int List(const ListOptions& options) {
 void AddList(CLI::App& program, int& exitCode) {
   auto* command = program.add_subcommand("list", "Show what a gallery file holds");
   command->footer(
-      "A line a template, in the order of enrolment: id, format, size and note, parted by tabs.\n"
-      "Exit codes: 0 done, 2 error.");
+      "A line a template, in the order of enrolment: id, format, size, note and time\nof "
+      "enrolment, parted "
+      "by tabs; control characters are shown as \\n, \\t, \\x1b.\n"
+      "Exit codes: 0 done, 2 error, 3 stopped by Ctrl-C, 4 some templates are damaged.");
   auto options = std::make_shared<ListOptions>();
   command->add_option("GALLERY", options->gallery, "Gallery file")->required();
   command->add_flag("--json", options->json, "Print JSON");

@@ -5,6 +5,12 @@
 
 void AddGalleryCommands(CLI::App&, int&) {}
 
-std::vector<GalleryEntry> ReadGallery(const std::string& name) {
+void VisitGallery(const std::string& name, const StopCheck&, const std::function<void(size_t)>&,
+                  const std::function<void(StoredEntry&&)>&) {
+  throw Failure(name + ": this build of vxm has no galleries");
+}
+
+std::vector<StoredEntry> EntriesOfId(const std::string& name, const std::string&,
+                                     const StopCheck&) {
   throw Failure(name + ": this build of vxm has no galleries");
 }

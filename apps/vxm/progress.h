@@ -1,6 +1,8 @@
-// A progress bar on standard error, for many files and only on a terminal.
+// A progress bar on standard error with the rate and the time left, for many steps and
+// only on a terminal.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <string>
 
@@ -11,12 +13,16 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  void Step();
+  void Step(size_t steps = 1);
 
  private:
+  using Clock = std::chrono::steady_clock;
+
   std::string label_;
   size_t total_;
   size_t done_ = 0;
-  int shownPercent_ = -1;
+  size_t shownLength_ = 0;
+  Clock::time_point start_ = Clock::now();
+  Clock::time_point nextShown_ = start_;
   bool visible_;
 };

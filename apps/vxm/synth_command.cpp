@@ -48,7 +48,7 @@ void WriteImpression(const SynthOptions& options, const std::string& stem,
                      const vxmsynth::Impression& impression) {
   const auto write = [&](Output format, const char* extension, const Bytes& bytes) {
     if (options.format == format || options.format == Output::all) {
-      WriteFile(stem + extension, bytes);
+      ReplaceFile(stem + extension, bytes);
     }
   };
   write(Output::native, ".vxt", EncodeNative(impression, options.form));

@@ -2,6 +2,7 @@
 #include "template_file.h"
 
 #include "failure.h"
+#include "gallery_mark.h"
 
 std::string FaultText(const Inspection& inspection) {
   if (inspection.format == Format::native) {
@@ -11,13 +12,23 @@ std::string FaultText(const Inspection& inspection) {
   return std::string("damaged ") + NameOf(inspection.format) + " record: " + inspection.fault;
 }
 
-TemplateFile LoadTemplateFile(const std::string& name) {
-  TemplateFile file{name, ReadFile(name), {}};
-  file.inspection = Inspect(file.bytes);
-  if (!file.inspection.fault.empty()) {
-    throw Failure(name + ": " + FaultText(file.inspection));
+TemplateFile RequireTemplate(const std::string& name, Bytes bytes) {
+  if (LooksLikeGallery(bytes)) {
+    throw FileFailure(name, "is a gallery or another database, where a template is wanted; " +
+                                name + ":ID is one of a gallery's");
   }
+  if (bytes.size() > largestTemplateFile) {
+    throw FileFailure(name, "too large for a template (more than " +
+                                std::to_string(largestTemplateFile) + " bytes)");
+  }
+  TemplateFile file{name, std::move(bytes), {}};
+  file.inspection = Inspect(file.bytes);
+  if (!file.inspection.fault.empty()) throw FileFailure(name, FaultText(file.inspection));
   return file;
+}
+
+TemplateFile LoadTemplateFile(const std::string& name) {
+  return RequireTemplate(name, ReadStart(name));
 }
 
 void RequireSameFormat(const TemplateFile& a, const TemplateFile& b) {

@@ -1,4 +1,4 @@
-// A template read from a file that the library will take.
+// A template that the library will take, read from a file.
 #pragma once
 
 #include "inspect.h"
@@ -13,6 +13,9 @@ struct TemplateFile {
 
 // Why the bytes are no template; speaks of them as what they are read as.
 std::string FaultText(const Inspection& inspection);
+
+// Fails where the bytes are none, and says if they are a gallery's.
+TemplateFile RequireTemplate(const std::string& name, Bytes bytes);
 
 TemplateFile LoadTemplateFile(const std::string& name);
 

@@ -5,9 +5,11 @@
 #include <fcntl.h>
 #include <io.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 
+#include "stop.h"
 #include "terminal.h"
 
 // Has the runtime library put the names of files in the place of patterns such as
@@ -21,6 +23,10 @@ namespace {
 
 UINT codePageBefore = 0;
 
+volatile std::sig_atomic_t interrupted = 0;
+
+void NoteInterrupt(int) { interrupted = 1; }  // and the next one ends the program
+
 // The terminal is to get the bytes as they are, and no character in parts.
 void LeaveBytes(std::FILE* stream) {
   if (_isatty(_fileno(stream)) == 0) return;
@@ -32,7 +38,7 @@ void LeaveBytes(std::FILE* stream) {
 
 bool ErrorsGoToTerminal() { return _isatty(_fileno(stderr)) != 0; }
 
-void SpeakUtf8() {
+void PrepareStreams() {
   codePageBefore = GetConsoleOutputCP();
   SetConsoleOutputCP(CP_UTF8);
   LeaveBytes(stdout);
@@ -42,3 +48,9 @@ void SpeakUtf8() {
     SetConsoleOutputCP(codePageBefore);
   });
 }
+
+void SendBytes(std::FILE* stream) { _setmode(_fileno(stream), _O_BINARY); }
+
+void CatchInterrupt() { std::signal(SIGINT, NoteInterrupt); }
+
+bool Interrupted() { return interrupted != 0; }

@@ -6,7 +6,7 @@
 #include "failure.h"
 #include "json_output.h"
 #include "matcher_owner.h"
-#include "template_file.h"
+#include "named_template.h"
 
 namespace {
 
@@ -18,41 +18,65 @@ struct VerifyOptions {
   bool json = false;
 };
 
-int Verify(const VerifyOptions& options) {
-  const TemplateFile first = LoadTemplateFile(options.first);
-  const TemplateFile second = LoadTemplateFile(options.second);
-  RequireSameFormat(first, second);
+// Those of the two that no comparison can be made with.
+std::vector<LeftOut> NotComparable(const TemplatePair& pair) {
+  std::vector<LeftOut> leftOut;
+  for (const TemplateFile* file : {&pair.first, &pair.second}) {
+    const std::string reason = Unmatchable(file->inspection);
+    if (!reason.empty()) leftOut.push_back({file->name, reason});
+  }
+  return leftOut;
+}
 
+struct Comparison {
+  double score = 0;
+  bool match = false;
+};
+
+Comparison Compare(const VerifyOptions& options, const TemplatePair& pair) {
   const MatcherOwner matcher;
-  matcher.SetType(TypeOf(first.inspection.format));
+  matcher.SetType(TypeOf(pair.first.inspection.format));
   matcher.Set(VXM_PARAM_SECURITY_LEVEL, options.level);
   matcher.Set(VXM_PARAM_RETRY_TURNED, options.retryTurned);
   float score = 0;
   int verified = 0;
-  Require(VXM_VerifyEx(matcher.Handle(), first.bytes.data(), first.Size(), second.bytes.data(),
-                       second.Size(), &score, &verified),
-          "comparing " + options.first + " with " + options.second);
+  Require(VXM_VerifyEx(matcher.Handle(), pair.first.bytes.data(), pair.first.Size(),
+                       pair.second.bytes.data(), pair.second.Size(), &score, &verified),
+          "comparing " + pair.first.name + " with " + pair.second.name);
+  return {RoundedScore(score), verified == 1};
+}
 
+int Verify(const VerifyOptions& options) {
+  const TemplatePair pair = LoadPair(options.first, options.second, StopCheck());
+  const char* format = NameOf(pair.first.inspection.format);
+  const std::vector<LeftOut> notCompared = NotComparable(pair);
+  TellLeftOut("not compared", notCompared);
+  const bool compared = notCompared.empty();
+  const Comparison found = compared ? Compare(options, pair) : Comparison();
   if (options.json) {
-    PrintJson({{"match", verified == 1},
-               {"score", RoundedScore(score)},
+    PrintJson({{"match", compared ? Json(found.match) : Json(nullptr)},
+               {"score", compared ? Json(found.score) : Json(nullptr)},
                {"level", options.level},
-               {"format", NameOf(first.inspection.format)}});
+               {"format", format},
+               {"notCompared", LeftOutJson(notCompared)}});
+  } else if (!compared) {
+    std::printf("not compared (%s)\n", format);
   } else {
-    std::printf("%s, score %.4f (%s, level %d)\n", verified ? "match" : "no match",
-                static_cast<double>(score), NameOf(first.inspection.format), options.level);
+    std::printf("%s, score %.4f (%s, level %d)\n", found.match ? "match" : "no match", found.score,
+                format, options.level);
   }
-  return verified ? ExitCode::success : ExitCode::noMatch;
+  if (!compared) return ExitCode::incomplete;
+  return found.match ? ExitCode::success : ExitCode::noMatch;
 }
 
 }  // namespace
 
 void AddVerify(CLI::App& program, int& exitCode) {
   auto* command = program.add_subcommand("verify", "Compare two templates of one format");
-  command->footer("Exit codes: 0 match, 1 no match, 2 error.");
+  command->footer("Exit codes: 0 match, 1 no match, 2 error, 4 not compared: too few minutiae.");
   auto options = std::make_shared<VerifyOptions>();
-  command->add_option("A", options->first, "Template file")->required();
-  command->add_option("B", options->second, "Template file")->required();
+  command->add_option("A", options->first, "Template file, or GALLERY:ID")->required();
+  command->add_option("B", options->second, "Template file, or GALLERY:ID")->required();
   command->add_option("--level", options->level, "Security level")
       ->check(CLI::Range(1, 7))
       ->capture_default_str();

@@ -76,7 +76,7 @@ class Vxm(unittest.TestCase):
             self.expect(0, "match, score 0.", "", "verify", f(f"003_1.{kind}"), f(f"003_2.{kind}"))
             self.expect(1, "no match, score 0.0", "", "verify", f(f"003_1.{kind}"), f(f"004_2.{kind}"))
         good = f("001_1.vxt")
-        self.expect(1, "no match, score 0.0000", "", "verify", f("few.vxt"), good)
+        self.expect(4, "not compared", "1 usable", "verify", f("few.vxt"), good)
         for first, second, message in [
             (good, "nowhere", "nowhere: no such file"),
             (self.folder, good, "is a folder"),
@@ -111,8 +111,8 @@ class Vxm(unittest.TestCase):
         self.assertEqual(done.returncode, 2)
         self.assertEqual(
             {k: v for k, v in few.items() if k != "file"},
-            {"valid": True, "format": "native", "size": 14, "minutiae": 1, "gridWidth": 1,
-             "gridHeight": 1, "attribute": 9, "matchable": False, "form": "full records, byte map"})
+            {"valid": True, "format": "native", "size": 14, "minutiae": 1, "usableMinutiae": 1,
+             "gridWidth": 1, "gridHeight": 1, "attribute": 9, "matchable": False, "form": "full records, byte map"})
         self.assertFalse(text["valid"])
         self.assertEqual((ansi["imageWidth"], ansi["imageHeight"]), (288, 352))
 
@@ -140,27 +140,26 @@ class Vxm(unittest.TestCase):
             (gallery / source.name).write_bytes(source.read_bytes())
         (gallery / "zz.txt").write_bytes(b"notes")
         for options in [], ["--threads", 2], ["--normal-mode"], ["--timeout", 60000]:
-            self.expect(0, "007_2.vxt, index 6 of 12", "skipped 1 files", "identify", probe,
+            self.expect(0, "007_2.vxt, index 6 of 12", "zz.txt: not a template", "identify", probe,
                         gallery, *options)
         run("rotate", probe, self.folder / "upside.vxt")
         self.expect(1, "no match: 12", "", "identify", self.folder / "upside.vxt",
                     *gallery.glob("*.vxt"))
         self.expect(0, "007_2", "", "identify", self.folder / "upside.vxt",
                     *gallery.glob("*.vxt"), "--retry-turned")
-        self.expect(2, "", "001_1.ansi is ANSI 378", "identify", probe, made)
+        self.expect(0, "007_1.vxt, index 12 of 24", "left out 48 templates", "identify", probe, made)
         # On Windows patterns are the program's to expand.
         for_windows = program[-1].endswith(".exe")
         self.expect(0 if for_windows else 2, "", "" if for_windows else "no such file",
                     "identify", probe, gallery / "00*.vxt")
         self.expect(2, "", "nowhere: no such file", "identify", probe, gallery, "nowhere")
-        self.expect(1, "no match: 0 candidates", "skipped 1 files", "identify", probe,
-                    gallery / "zz.txt")
+        self.expect(4, "nothing to compare, 1 not", "zz.txt: not a", "identify", probe, gallery / "zz.txt")
         (gallery / "007_2.vxt").unlink()
         done = run("identify", probe, gallery, "--json")
         report = json.loads(done.stdout)
-        self.assertEqual(done.returncode, 1)
-        self.assertEqual((report["result"], report["file"], report["index"]), ("no match", None, -1))
-        self.assertEqual((report["candidates"], report["skipped"]), (11, 1))
+        self.assertEqual(done.returncode, 4)
+        self.assertEqual((report["result"], report["file"], report["index"]), ("incomplete", None, -1))
+        self.assertEqual((report["compared"], len(report["notCompared"])), (11, 1))
         self.assertGreater(report["candidatesPerSecond"], 0)
 
     def test_man_page_names_commands_and_options(self) -> None:
