@@ -1,36 +1,39 @@
-"""Error rates of trials, and how far to trust them.
+"""Error rates from numbers of scores.
 
 FMR is the share of impostor comparisons that match, FNMR that of genuine ones that
-do not; both are functions of the threshold, 0 to SCORE_SCALE. Confidence intervals
-come from a bootstrap over fingers: comparisons with one finger in common are not
-independent, so whole fingers are drawn, and a comparison counts as often as both of
-its fingers were.
+do not; both are functions of the threshold, 0 to SCORE_SCALE. Where nothing was
+compared a rate is NaN.
 """
 from __future__ import annotations
 
 import dataclasses
-from typing import NamedTuple
+from collections.abc import Sequence
+from typing import Any, NamedTuple
 
 import numpy as np
-from tqdm import trange
+from numpy.typing import NDArray
 
 from .constants import SCORE_SCALE
-from .trials import Trials
+
+Counts = NDArray[np.int64]
+"""How many comparisons have 0, 1, ... points; shape (SCORE_SCALE + 1,)."""
+
+Curve = NDArray[np.float64]
 
 
 class Rate(NamedTuple):
-    """A share 0 to 1, with the ends of its 95 % confidence interval."""
+    """A share 0 to 1, with the ends of its 95 % confidence interval if there is one."""
 
     value: float
-    low: float
-    high: float
+    low: float | None
+    high: float | None
 
 
 class ErrorRates(NamedTuple):
-    """By threshold; at SCORE_SCALE nothing matches."""
+    """By threshold, shape (SCORE_SCALE + 1,); at SCORE_SCALE nothing matches."""
 
-    fmr: np.ndarray
-    fnmr: np.ndarray
+    fmr: Curve
+    fnmr: Curve
 
 
 @dataclasses.dataclass(frozen=True)
@@ -50,58 +53,85 @@ class Accuracy:
     impostor: int
     rates: ErrorRates
     eer: Rate
+    eer_nearest: Rate
     fmr100: Rate
     fmr1000: Rate
     zero_fmr: Rate
     levels: tuple[LevelRates, ...]
 
 
-def error_rates(points: np.ndarray, genuine: np.ndarray, weights: np.ndarray) -> ErrorRates:
-    """FMR and FNMR at every threshold. NaN where nothing was compared."""
-    def histogram(chosen: np.ndarray) -> np.ndarray:
-        return np.bincount(points[chosen], weights[chosen], minlength=SCORE_SCALE + 1)
+class Samples(NamedTuple):
+    """What was counted: once as it is, and in each round of a bootstrap, a row each."""
 
-    below = np.cumsum(histogram(genuine))
-    reached = np.cumsum(histogram(~genuine)[::-1])[::-1]
+    genuine: Counts
+    impostor: Counts
+    drawn_genuine: Counts  # shape (rounds, SCORE_SCALE + 1)
+    drawn_impostor: Counts
+
+
+def error_rates(genuine: Counts, impostor: Counts) -> ErrorRates:
+    reached = np.cumsum(impostor[::-1])[::-1]
+    missed = np.concatenate([[0], np.cumsum(genuine[:-1])])
     with np.errstate(invalid="ignore"):
-        return ErrorRates(reached / reached[0], np.concatenate([[0.0], below[:-1]]) / below[-1])
+        return ErrorRates(reached / reached[0], missed / genuine.sum())
 
 
 def equal_error_rate(rates: ErrorRates) -> float:
-    """The mean of FMR and FNMR at the threshold where they are nearest."""
+    """The rate where FMR and FNMR cross, as the FVC protocol defines it: of the last
+    threshold where FNMR is not above FMR and the first where it is not below, the one with
+    the lesser sum of both rates, and there the middle between the two."""
+    fmr, fnmr = rates
+    if np.isnan(fmr[0]) or np.isnan(fnmr[0]):
+        return float("nan")
+    before = np.flatnonzero(fnmr <= fmr)[-1]
+    after = np.flatnonzero(fnmr >= fmr)[0]
+    return float(min(fmr[before] + fnmr[before], fmr[after] + fnmr[after]) / 2)
+
+
+def nearest_error_rate(rates: ErrorRates) -> float:
+    """Another definition in use: the mean of FMR and FNMR at the threshold where they are
+    nearest."""
+    if np.isnan(rates.fmr[0]) or np.isnan(rates.fnmr[0]):
+        return float("nan")
     at = np.abs(rates.fmr - rates.fnmr).argmin()
-    return (rates.fmr[at] + rates.fnmr[at]) / 2
+    return float((rates.fmr[at] + rates.fnmr[at]) / 2)
 
 
 def fnmr_at_fmr(rates: ErrorRates, fmr: float) -> float:
-    return rates.fnmr[rates.fmr <= fmr].min()
+    allowed = rates.fnmr[rates.fmr <= fmr]
+    return float(allowed.min()) if len(allowed) else float("nan")
 
 
-def _figures(rates: ErrorRates, thresholds: list[int]) -> np.ndarray:
-    return np.array([equal_error_rate(rates), fnmr_at_fmr(rates, 0.01), fnmr_at_fmr(rates, 0.001),
-                     fnmr_at_fmr(rates, 0.0), *rates.fmr[thresholds], *rates.fnmr[thresholds]])
+def _figures(rates: ErrorRates, thresholds: list[int]) -> Curve:
+    return np.array([equal_error_rate(rates), nearest_error_rate(rates),
+                     fnmr_at_fmr(rates, 0.01), fnmr_at_fmr(rates, 0.001), fnmr_at_fmr(rates, 0.0),
+                     *rates.fmr[thresholds], *rates.fnmr[thresholds]])
 
 
-def measure(trials: Trials, thresholds: tuple[int, ...], rounds: int = 1000,
-            seed: int = 1, progress: bool = False) -> Accuracy:
-    """All figures of trials that hold genuine and impostor comparisons; thresholds
-    are those of the security levels. The bootstrap draws `rounds` times from `seed`."""
-    genuine = trials.genuine
-    rates = error_rates(trials.points, genuine, np.ones(len(genuine)))
-    figures = _figures(rates, list(thresholds))
-    fingers = 1 + max(trials.probe_finger.max(), trials.candidate_finger.max())
-    source = np.random.default_rng(seed)
-    drawn = []
-    for _ in trange(rounds, desc="confidence", unit=" rounds", disable=None if progress else True):
-        times = np.bincount(source.integers(fingers, size=fingers), minlength=fingers)
-        weights = times[trials.probe_finger] * np.where(genuine, 1, times[trials.candidate_finger])
-        sample = error_rates(trials.points, genuine, weights)
-        if not (np.isnan(sample.fmr[0]) or np.isnan(sample.fnmr[0])):
-            drawn.append(_figures(sample, list(thresholds)))
-    low, high = np.percentile(drawn, [2.5, 97.5], axis=0) if drawn else (figures, figures)
-    each = [Rate(*map(float, triple)) for triple in zip(figures, low, high)]
-    count = len(thresholds)
+def with_interval(figures: NDArray[np.float64], drawn: Sequence[Any]) -> list[Rate]:
+    """The figures with what lies between the 2.5th and the 97.5th percentile of the same
+    figures of each round."""
+    if len(drawn) == 0:
+        return [Rate(float(each), None, None) for each in figures]
+    low, high = np.percentile(drawn, [2.5, 97.5], axis=0)
+    return [Rate(*map(float, triple)) for triple in zip(figures, low, high)]
+
+
+def measure(samples: Samples, thresholds: Sequence[int]) -> Accuracy:
+    """All figures; the thresholds are those of the security levels. A round that drew no
+    genuine or no impostor comparison does not count."""
+    chosen = list(thresholds)
+    rates = error_rates(samples.genuine, samples.impostor)
+    drawn = [_figures(error_rates(genuine, impostor), chosen)
+             for genuine, impostor in zip(samples.drawn_genuine, samples.drawn_impostor)
+             if genuine.any() and impostor.any()]
+    eer, nearest, fmr100, fmr1000, zero_fmr, *each = with_interval(_figures(rates, chosen), drawn)
+    count = len(chosen)
     levels = tuple(LevelRates(number, threshold, fmr, fnmr) for number, threshold, fmr, fnmr in
-                   zip(range(1, count + 1), thresholds, each[4:4 + count], each[4 + count:]))
-    return Accuracy(int(genuine.sum()), int((~genuine).sum()), rates, each[0], each[1],
-                    each[2], each[3], levels)
+                   zip(range(1, count + 1), chosen, each[:count], each[count:]))
+    return Accuracy(int(samples.genuine.sum()), int(samples.impostor.sum()), rates, eer, nearest,
+                    fmr100, fmr1000, zero_fmr, levels)
+
+
+def empty_counts() -> Counts:
+    return np.zeros(SCORE_SCALE + 1, dtype=np.int64)

@@ -4,40 +4,51 @@
 
 Compares every template with every other one, on all cores, and writes into OUTDIR
 
-    results.json  all figures below with 95 % confidence intervals; what was left out
-    scores.csv    every comparison
-    rates.csv     FMR and FNMR at every threshold
-    det, scores   .svg and .png: the DET curve, the distribution of scores
+    results.json   all figures below with 95 % confidence intervals; what was left out
+    figures.csv    the same figures, one a line
+    rates.csv      FMR and FNMR at every threshold
+    scores.csv     every comparison, up to a million of them
+    scores.npy     the points of every comparison, in the order of scores.csv;
+    templates.csv  the files in their order: each is compared with each later one
+    genuine.txt, impostor.txt    each score and how often it came, parted by a blank
+    det, roc, scores, ranks      .svg and .png: DET and ROC curves, the distribution of
+                   scores, the share of fingers found at each rank
 
 A genuine comparison is of two impressions of one finger. Two protocols are reported:
 "all pairs" takes all pairs of different fingers as impostor comparisons, "FVC" only
 the first impression of each finger with that of each other.
+
+What was compared before an interruption is kept in OUTDIR.part, and the same command
+goes on there. `python3 -m vxmkit.compare` shows several results on one picture.
 """
 from __future__ import annotations
 
 import argparse
-import csv
-import json
 import sys
-from collections.abc import Sequence
-from concurrent.futures import BrokenExecutor
+from collections.abc import Mapping, Sequence
 from pathlib import Path
+from typing import Any
 
 try:
-    from .accuracy import Accuracy, Rate, measure
-    from .report import write_figures
-    from .trials import Trials, run_trials
+    import numpy as np
+
+    from .accuracy import Accuracy, measure
+    from .report import det, distribution, percent, rank_plot, roc, write_figures
+    from .results import (FIGURES, ExistsError, ResultFolder, accuracy_json, say, write_csv,
+                          write_json, write_rates, write_scores, write_two_columns)
+    from .score_worker import WorkerError
+    from .trials import count_scores, match_characteristic, run_trials
 except ModuleNotFoundError as missing:
     print(f"vxmkit.evaluate: needs numpy, matplotlib and tqdm; no {missing.name} here",
           file=sys.stderr)
     sys.exit(2)
-from .constants import SCORE_SCALE, THRESHOLDS, TemplateType
+from .constants import THRESHOLDS, TemplateType
 from .errors import LibraryNotFoundError
-from .impressions import Fault, FolderError, Impression, of_one_type, read_folder
+from .impressions import Enrolment, FolderError, Impression, of_one_type, read_folder
 
 _TYPES = {"native": TemplateType.NATIVE, "iso": TemplateType.ISO19794_2,
           "ansi": TemplateType.ANSI378}
-_FIGURES = {"eer": "EER", "fmr100": "FMR100", "fmr1000": "FMR1000", "zero_fmr": "ZeroFMR"}
+_MOST_SCORES = 1_000_000  # that are listed as text
 DONE, SOME_LEFT_OUT, FAILED, INTERRUPTED = 0, 1, 2, 130
 
 
@@ -46,151 +57,154 @@ def _options(arguments: Sequence[str] | None) -> argparse.Namespace:
         prog="python3 -m vxmkit.evaluate", description=__doc__,
         formatter_class=argparse.RawDescriptionHelpFormatter,
         epilog="Exit codes: 0 done, 1 done without some files that are no templates or have "
-               "other names,\n2 error.")
+               "other names,\n2 error, 130 interrupted by Ctrl-C.")
+    add_folder_options(parser, Path("evaluation"))
+    parser.add_argument("--protocol", choices=("both", "all", "fvc"), default="both",
+                        help="fvc alone saves most of the comparisons (default: %(default)s)")
+    parser.add_argument("--every-score", action="store_true",
+                        help="write scores.csv however many there are")
+    return checked_options(parser, arguments)
+
+
+def add_folder_options(parser: argparse.ArgumentParser, out: Path) -> None:
+    """Those of all programs that measure a folder of templates."""
     parser.add_argument("folder", type=Path, metavar="DIR", help="folder of templates")
     parser.add_argument("--pattern", default="{finger}_{impression}",
                         help="what file names without their suffix are made of; * for any other "
                              "text, / for folders (default: %(default)s)")
     parser.add_argument("--type", choices=_TYPES, help="where the folder has several formats")
-    parser.add_argument("--protocol", choices=("both", "all", "fvc"), default="both",
-                        help="fvc alone saves most of the comparisons (default: %(default)s)")
-    parser.add_argument("--out", type=Path, default=Path("evaluation"), metavar="OUTDIR",
+    parser.add_argument("--out", type=Path, default=out, metavar="OUTDIR",
                         help="folder for the results (default: %(default)s)")
+    parser.add_argument("--force", action="store_true", help="replace results that are there")
     parser.add_argument("--title", help="title of the figures (default: folder and type)")
     parser.add_argument("--rounds", type=int, default=1000, metavar="N",
-                        help="rounds of the bootstrap (default: %(default)s)")
+                        help="rounds of the bootstrap, 0 for no intervals (default: %(default)s)")
     parser.add_argument("--seed", type=int, default=1, metavar="N",
                         help="what the bootstrap draws from (default: %(default)s)")
-    parser.add_argument("--jobs", type=int, default=0, metavar="N",
-                        help="processes (default: one a core)")
+    parser.add_argument("--jobs", type=int, metavar="N", help="processes (default: one a core)")
     parser.add_argument("--quiet", action="store_true", help="show no progress")
+
+
+def checked_options(parser: argparse.ArgumentParser,
+                    arguments: Sequence[str] | None) -> argparse.Namespace:
     options = parser.parse_args(arguments)
-    if min(options.rounds, options.seed, options.jobs) < 0:
-        parser.error("--rounds, --seed and --jobs cannot be negative")
+    if min(options.rounds, options.seed) < 0:
+        parser.error("--rounds and --seed cannot be negative")
+    if options.jobs is not None and options.jobs < 1:
+        parser.error("--jobs must be 1 or more")
     return options
 
 
-def _percent(rate: Rate) -> str:
-    def digits(share: float) -> str:
-        return f"{100 * share:.{2 if share == 0 or share >= 0.001 else 4}f}"
-
-    return f"{digits(rate.value)} ({digits(rate.low)} to {digits(rate.high)})"
-
-
-def _table(accuracies: dict[str, Accuracy]) -> str:
-    """The figures in percent, a column for each protocol."""
-    rows = [("", *accuracies),
-            ("genuine, impostor pairs", *(f"{each.genuine}, {each.impostor}"
-                                          for each in accuracies.values()))]
-    for field, name in _FIGURES.items():
-        rows.append((name, *(_percent(getattr(each, field)) for each in accuracies.values())))
-    for kind in ("fmr", "fnmr"):
-        for levels in zip(*(each.levels for each in accuracies.values())):
-            rows.append((f"{kind.upper()} at level {levels[0].level}",
-                         *(_percent(getattr(level, kind)) for level in levels)))
-    return "\n".join(f"{first:<24}" + "".join(f"{cell:<28}" for cell in cells).rstrip()
-                     for first, *cells in rows)
-
-
-def _as_json(accuracy: Accuracy) -> dict[str, object]:
-    found: dict[str, object] = {"genuine": accuracy.genuine, "impostor": accuracy.impostor}
-    for field in _FIGURES:
-        found[field] = getattr(accuracy, field)._asdict()
-    found["levels"] = [{"level": each.level, "threshold": each.threshold,
-                        "fmr": each.fmr._asdict(), "fnmr": each.fnmr._asdict()}
-                       for each in accuracy.levels]
-    return found
-
-
-def _write_json(path: Path, options: argparse.Namespace, impressions: Sequence[Impression],
-                faults: Sequence[Fault], accuracies: dict[str, Accuracy]) -> None:
-    results = {
-        "type": impressions[0].type.name,
-        "fingers": len({each.finger for each in impressions}),
-        "templates": len(impressions),
-        "left_out": [{"file": each.path, "reason": each.reason} for each in faults],
-        "confidence": {"level": 0.95, "rounds": options.rounds, "seed": options.seed},
-        "protocols": {name: _as_json(accuracy) for name, accuracy in accuracies.items()},
-    }
-    path.write_text(json.dumps(results, indent=2) + "\n", encoding="utf-8")
-
-
-def _write_scores(path: Path, impressions: Sequence[Impression], trials: Trials) -> None:
-    with path.open("w", newline="", encoding="utf-8") as file:
-        writer = csv.writer(file, lineterminator="\n")
-        writer.writerow(["probe", "candidate", "genuine", "fvc", "score"])
-        writer.writerows(
-            (impressions[probe].path, impressions[candidate].path, int(genuine), int(fvc),
-             points / SCORE_SCALE)
-            for probe, candidate, genuine, fvc, points in
-            zip(trials.probe, trials.candidate, trials.genuine, trials.fvc, trials.points))
-
-
-def _write_rates(path: Path, accuracies: dict[str, Accuracy]) -> None:
-    with path.open("w", newline="", encoding="utf-8") as file:
-        writer = csv.writer(file, lineterminator="\n")
-        writer.writerow(["protocol", "threshold", "fmr", "fnmr"])
-        for name, accuracy in accuracies.items():
-            writer.writerows(
-                (name, threshold / SCORE_SCALE, fmr, fnmr)
-                for threshold, (fmr, fnmr) in enumerate(zip(*accuracy.rates)))
-
-
-def _measured(options: argparse.Namespace, trials: Trials,
-              thresholds: tuple[int, ...]) -> dict[str, Accuracy]:
-    chosen = {}
-    if options.protocol != "fvc":
-        chosen["all pairs"] = trials
-    if options.protocol != "all":
-        chosen["FVC"] = trials.of_fvc()
-    return {name: measure(each, thresholds, options.rounds, options.seed, not options.quiet)
-            for name, each in chosen.items()}
-
-
-def _require_both_kinds(impressions: Sequence[Impression]) -> None:
+def gathered(options: argparse.Namespace, program: str) -> tuple[list[Impression], Enrolment]:
+    """The impressions of the folder, of one type and of several fingers. What is left out
+    is named on standard error."""
+    found, faults = read_folder(options.folder, options.pattern)
+    for fault in faults:
+        print(f"{program}: left out {options.folder / fault.path}: {fault.reason}",
+              file=sys.stderr)
+    impressions = of_one_type(found, _TYPES.get(options.type))
     fingers = {each.finger for each in impressions}
     if len(fingers) < 2:
         raise FolderError("templates of at least two fingers are needed; does the pattern fit?")
     if len(fingers) == len(impressions):
         raise FolderError("no finger has two impressions; does the pattern fit?")
+    return impressions, Enrolment(impressions, faults)
+
+
+def title_of(options: argparse.Namespace, impressions: Sequence[Impression]) -> str:
+    return options.title or f"{options.folder.resolve().name}, {impressions[0].type.name}"
+
+
+def run(program: str, options: argparse.Namespace, work: Any) -> int:
+    """Turns what ends a program early into a message and an exit code."""
+    try:
+        code: int = work(options)
+        return code
+    except (ExistsError, FolderError, LibraryNotFoundError, OSError, ValueError,
+            WorkerError) as error:
+        print(f"{program}: {error}", file=sys.stderr)
+        return FAILED
+    except KeyboardInterrupt:
+        print(f"{program}: interrupted; what was compared is kept in {options.out}.part, and the "
+              "same command goes on", file=sys.stderr)
+        return INTERRUPTED
+
+
+def _table(accuracies: Mapping[str, Accuracy]) -> str:
+    """The figures in percent, a column for each protocol."""
+    rows = [("", *accuracies),
+            ("genuine, impostor pairs", *(f"{each.genuine}, {each.impostor}"
+                                          for each in accuracies.values()))]
+    for field, name in FIGURES.items():
+        rows.append((name, *(percent(getattr(each, field)) for each in accuracies.values())))
+    for kind in ("fmr", "fnmr"):
+        for levels in zip(*(each.levels for each in accuracies.values())):
+            rows.append((f"{kind.upper()} at level {levels[0].level}",
+                         *(percent(getattr(level, kind)) for level in levels)))
+    return "\n".join(f"{first:<24}" + "".join(f"{cell:<28}" for cell in cells).rstrip()
+                     for first, *cells in rows)
+
+
+def _figure_rows(accuracies: Mapping[str, Accuracy]) -> list[tuple[Any, ...]]:
+    rows: list[tuple[Any, ...]] = []
+    for protocol, accuracy in accuracies.items():
+        rows += [(protocol, field, "", *getattr(accuracy, field)) for field in FIGURES]
+        for level in accuracy.levels:
+            rows += [(protocol, "fmr", level.level, *level.fmr),
+                     (protocol, "fnmr", level.level, *level.fnmr)]
+    return rows
 
 
 def _evaluate(options: argparse.Namespace) -> int:
-    impressions, faults = read_folder(options.folder, options.pattern)
-    for fault in faults:
-        print(f"vxmkit.evaluate: left out {options.folder / fault.path}: {fault.reason}",
-              file=sys.stderr)
-    impressions = of_one_type(impressions, _TYPES.get(options.type))
-    _require_both_kinds(impressions)
-    options.out.mkdir(parents=True, exist_ok=True)
-    trials = run_trials(impressions, options.protocol == "fvc", options.jobs, not options.quiet)
+    impressions, enrolment = gathered(options, "vxmkit.evaluate")
+    folder = ResultFolder(options.out, "results.json", options.force)
+    part, progress = folder.part, not options.quiet
+    trials = run_trials(impressions, options.protocol == "fvc", options.jobs, progress,
+                        part / "scores.npy")
     thresholds = THRESHOLDS[impressions[0].type]
-    accuracies = _measured(options, trials, thresholds)
-    _write_json(options.out / "results.json", options, impressions, faults, accuracies)
-    _write_scores(options.out / "scores.csv", impressions, trials)
-    _write_rates(options.out / "rates.csv", accuracies)
-    title = options.title or f"{options.folder.resolve().name}, {impressions[0].type.name}"
-    write_figures(options.out, title, trials, accuracies, thresholds)
-    print(f"{len(impressions)} templates ({impressions[0].type.name}) of "
-          f"{len({each.finger for each in impressions})} fingers, {len(faults)} files left out; "
-          f"all in %, 95 % confidence in brackets\n\n{_table(accuracies)}\n\n"
-          f"written to {options.out}")
-    return SOME_LEFT_OUT if faults else DONE
+    samples = count_scores(trials, options.rounds, options.seed, progress)
+    if options.protocol == "all":
+        del samples["FVC"]
+    accuracies = {name: measure(each, thresholds) for name, each in samples.items()}
+    counts = next(iter(samples.values()))
+    title = title_of(options, impressions)
+    figures = {"det": det(accuracies, title), "roc": roc(accuracies, title),
+               "scores": distribution(counts.genuine, counts.impostor, thresholds, title)}
+    results: dict[str, Any] = {
+        "title": title,
+        "type": impressions[0].type.name,
+        "fingers": len({each.finger for each in impressions}),
+        "templates": len(impressions),
+        **enrolment.as_json(),
+        "confidence": {"level": 0.95, "rounds": options.rounds, "seed": options.seed}
+        if options.rounds else None,
+        "protocols": {name: accuracy_json(accuracy) for name, accuracy in accuracies.items()},
+    }
+    if not trials.fvc_only:
+        ranks = match_characteristic(trials)
+        results["ranks"] = np.round(ranks, 6).tolist()
+        figures["ranks"] = rank_plot({f"{len(ranks)} fingers": ranks}, title)
+    write_json(part / "results.json", results)
+    write_csv(part / "figures.csv", ["protocol", "figure", "level", "value", "low", "high"],
+              _figure_rows(accuracies))
+    write_rates(part / "rates.csv", accuracies)
+    write_csv(part / "templates.csv", ["file", "finger", "impression"],
+              ((each.path, each.finger, each.impression) for each in impressions))
+    if options.every_score or len(trials.pairs) <= _MOST_SCORES:
+        write_scores(part / "scores.csv", impressions, trials)
+    write_two_columns(part / "genuine.txt", counts.genuine)
+    write_two_columns(part / "impostor.txt", counts.impostor)
+    write_figures(part, figures)
+    folder.finish()
+    say(f"{len(impressions)} templates ({impressions[0].type.name}) of {results['fingers']} "
+        f"fingers; {enrolment.text()}; all in %, "
+        f"{'95 % confidence in brackets' if options.rounds else 'without confidence intervals'}"
+        f"\n\n{_table(accuracies)}\n\nwritten to {options.out}")
+    return SOME_LEFT_OUT if enrolment.faults else DONE
 
 
 def main(arguments: Sequence[str] | None = None) -> int:
-    options = _options(arguments)
-    try:
-        return _evaluate(options)
-    except (FolderError, LibraryNotFoundError, OSError, ValueError) as error:
-        print(f"vxmkit.evaluate: {error}", file=sys.stderr)
-        return FAILED
-    except BrokenExecutor:
-        print("vxmkit.evaluate: a process ended early; is memory short?", file=sys.stderr)
-        return FAILED
-    except KeyboardInterrupt:
-        print("vxmkit.evaluate: interrupted, nothing written", file=sys.stderr)
-        return INTERRUPTED
+    return run("vxmkit.evaluate", _options(arguments), _evaluate)
 
 
 if __name__ == "__main__":

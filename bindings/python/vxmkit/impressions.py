@@ -3,13 +3,14 @@ from __future__ import annotations
 
 import dataclasses
 import re
-from collections.abc import Iterable
+from collections.abc import Iterable, Sequence
 from pathlib import Path
+from typing import Any
 
 from .constants import TemplateType
 from .errors import VxmError
 from .matcher import Matcher
-from .template_format import detect_type
+from .template_format import LEAST_MINUTIAE, damage, detect_type, minutia_count
 
 
 @dataclasses.dataclass(frozen=True)
@@ -25,10 +26,47 @@ class Impression:
 
 @dataclasses.dataclass(frozen=True)
 class Fault:
-    """A file that was left out."""
+    """A file that was left out. `type` is set where the name is one of an impression and
+    the file no valid template: a failure to enrol."""
 
     path: str
     reason: str
+    type: TemplateType | None = None
+
+
+@dataclasses.dataclass(frozen=True)
+class Enrolment:
+    """How many of the impressions can be used."""
+
+    impressions: Sequence[Impression]
+    faults: Sequence[Fault]
+
+    @property
+    def failed(self) -> int:
+        """Files of the impressions' type, or empty ones, that are no valid templates."""
+        kind = self.impressions[0].type
+        return sum(each.type is kind for each in self.faults)
+
+    @property
+    def too_few(self) -> int:
+        """Impressions with too few minutiae to match anything; they are compared, and
+        score 0."""
+        return sum(minutia_count(each.template) < LEAST_MINUTIAE for each in self.impressions)
+
+    @property
+    def rate(self) -> float:
+        """The failure-to-enrol rate."""
+        return self.failed / (self.failed + len(self.impressions))
+
+    def as_json(self) -> dict[str, Any]:
+        return {"failure_to_enrol": {"files": self.failed, "rate": self.rate},
+                "too_few_minutiae": self.too_few,
+                "left_out": [{"file": each.path, "reason": each.reason} for each in self.faults]}
+
+    def text(self) -> str:
+        few = f", {self.too_few} have too few minutiae to match" if self.too_few else ""
+        return (f"failure to enrol {100 * self.rate:.2f} % ({self.failed} files){few}; "
+                f"{len(self.faults)} files left out")
 
 
 class FolderError(Exception):
@@ -52,14 +90,27 @@ def natural_order(text: str) -> list[tuple[bool, int, str]]:
             for part in re.split(r"([0-9]+)", text)]
 
 
-def _fault_of(template: bytes) -> str:
-    """What the library finds wrong with a template, by comparing it with itself."""
-    try:
-        with Matcher(detect_type(template)) as matcher:
-            matcher.verify(template, template)
-    except VxmError as error:
-        return f"no valid template: {error.text} ({int(error.code)})"
-    return ""
+class _Checker:
+    """Tells what the library finds wrong with templates, by comparing each with itself."""
+
+    def __init__(self) -> None:
+        self._matchers: dict[TemplateType, Matcher] = {}
+
+    def fault_of(self, template: bytes) -> str:
+        if not template:
+            return "no valid template: the file is empty"
+        kind = detect_type(template)
+        if kind not in self._matchers:
+            self._matchers[kind] = Matcher(kind)
+        try:
+            self._matchers[kind].verify(template, template)
+        except VxmError as error:
+            return f"no valid template: {damage(template) or error.text} ({int(error.code)})"
+        return ""
+
+    def close(self) -> None:
+        for matcher in self._matchers.values():
+            matcher.close()
 
 
 def read_folder(folder: Path, pattern: str) -> tuple[list[Impression], list[Fault]]:
@@ -73,6 +124,7 @@ def read_folder(folder: Path, pattern: str) -> tuple[list[Impression], list[Faul
                    if path.is_file() and not path.name.startswith("."))
     impressions: list[Impression] = []
     faults = []
+    checker = _Checker()
     seen: dict[tuple[str, str, TemplateType], str] = {}
     for file in files:
         path = file.relative_to(folder).as_posix()
@@ -87,14 +139,16 @@ def read_folder(folder: Path, pattern: str) -> tuple[list[Impression], list[Faul
             continue
         kind = detect_type(template)
         key = (found["finger"], found["impression"], kind)
-        reason = _fault_of(template)
-        if not reason and key in seen:
-            reason = f"the same finger and impression as {seen[key]}"
+        reason = checker.fault_of(template)
         if reason:
-            faults.append(Fault(path, reason))
+            faults.append(Fault(path, reason, kind))
+            continue
+        if key in seen:
+            faults.append(Fault(path, f"the same finger and impression as {seen[key]}"))
             continue
         seen[key] = path
         impressions.append(Impression(found["finger"], found["impression"], path, template, kind))
+    checker.close()
     impressions.sort(key=lambda each: (natural_order(each.finger), natural_order(each.impression)))
     return impressions, faults
 

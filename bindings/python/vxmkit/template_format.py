@@ -7,6 +7,9 @@ from .templates import Template, template_bytes
 # The data block that a turned standard record carries behind its minutiae.
 ATTRIBUTE_BLOCK = 7
 
+# With fewer a template scores 0 with every other one.
+LEAST_MINUTIAE = 4
+
 
 def _word(data: bytes, offset: int) -> int:
     return int.from_bytes(data[offset:offset + 2].ljust(2, b"\0"), "big")
@@ -32,3 +35,28 @@ def body_size(template: bytes) -> int:
         return before + 6 * head[before - 1]
     blocks = (head[2] & 63) * (head[3] & 63)
     return 8 + head[1] * (head[0] & 7) + (blocks if head[2] & 0x80 else (blocks + 1) // 2)
+
+
+def minutia_count(template: bytes) -> int:
+    """How many minutiae a template says that it has."""
+    offset = {TemplateType.NATIVE: 1, TemplateType.ISO19794_2: 27,
+              TemplateType.ANSI378: 29}[detect_type(template)]
+    return template[offset] if len(template) > offset else 0
+
+
+def damage(template: bytes) -> str:
+    """What is wrong with the sizes in an invalid template, or nothing that shows there."""
+    kind, size = detect_type(template), len(template)
+    head = {TemplateType.NATIVE: 8, TemplateType.ISO19794_2: 28, TemplateType.ANSI378: 30}[kind]
+    if size < head:
+        return f"it has {size} bytes, fewer than its header"
+    if kind is TemplateType.NATIVE and template[0] not in (0x44, 0x45):
+        return "it begins as no known format"
+    if size < body_size(template):
+        return (f"it has {size} bytes, and {body_size(template)} are needed for "
+                f"{minutia_count(template)} minutiae")
+    stated = (int.from_bytes(template[8:12], "big") if kind is TemplateType.ISO19794_2
+              else _word(template, 8))
+    if kind is not TemplateType.NATIVE and stated != size:
+        return f"it has {size} bytes, and its header says {stated}"
+    return ""
