@@ -195,7 +195,7 @@ def _evaluate(options: argparse.Namespace) -> int:
     write_two_columns(part / "genuine.txt", counts.genuine)
     write_two_columns(part / "impostor.txt", counts.impostor)
     write_figures(part, figures)
-    folder.finish()
+    folder.finish(trials.points)
     say(f"{len(impressions)} templates ({impressions[0].type.name}) of {results['fingers']} "
         f"fingers; {enrolment.text()}; all in %, "
         f"{'95 % confidence in brackets' if options.rounds else 'without confidence intervals'}"

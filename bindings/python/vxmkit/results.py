@@ -10,6 +10,9 @@ from collections.abc import Iterable, Mapping, Sequence
 from pathlib import Path
 from typing import Any
 
+import numpy as np
+from numpy.typing import NDArray
+
 from .accuracy import Accuracy, Counts, Rate
 from .constants import SCORE_SCALE
 from .impressions import Impression
@@ -37,7 +40,15 @@ class ResultFolder:
                 raise ExistsError(f"{out}: has results already; --force replaces them")
         self.part.mkdir(parents=True, exist_ok=True)
 
-    def finish(self) -> None:
+    def finish(self, points: NDArray[np.int16]) -> None:
+        """With the file that the points are mapped from, which nobody may use any more: it
+        becomes scores.npy."""
+        if isinstance(points, np.memmap):
+            file = Path(str(points.filename))
+            points._mmap.close()  # Windows renames no mapped file
+            os.replace(file, self.part / "scores.npy")
+        for stale in self.part.glob("*.part"):
+            stale.unlink()
         for file in self.part.iterdir():
             with file.open("rb") as opened:
                 os.fsync(opened.fileno())

@@ -77,9 +77,10 @@ def scores(probes: Iterable[Template], candidates: Iterable[Template],
 
 def pair_scores(templates: list[bytes], pairs: Pairs, shape: tuple[int, ...], *,
                 offset: int = 0, names: list[str] | None = None, threads: int | None = None,
-                out: Path | None = None, progress: bool = True) -> Points:
+                out: Path | None = None, rename: bool = True, progress: bool = True) -> Points:
     """As `scores`, for pairs of one list of templates; the candidates' indices are counted
-    from `offset`. `names` are what messages call the templates."""
+    from `offset`. `names` are what messages call the templates. Without `rename` the file
+    keeps the name that tells what it holds, and the same call finds it again."""
     workers = _worker_count(threads)
     kind = _common_type(templates)
     identity = _identity(templates, pairs, offset) if out else ""
@@ -94,7 +95,7 @@ def pair_scores(templates: list[bytes], pairs: Pairs, shape: tuple[int, ...], *,
                 for points in team.compare(pairs, store.done, offset):
                     store.add(points)
                     bar.update(len(points))
-    return store.finish()
+    return store.finish(rename)
 
 
 def _templates(values: Iterable[Template], name: str) -> list[bytes]:
@@ -247,7 +248,7 @@ class _Memory:
         self._flat[self.done:self.done + len(points)] = points
         self.done += len(points)
 
-    def finish(self) -> Points:
+    def finish(self, rename: bool) -> Points:
         return self._points
 
 
@@ -284,8 +285,10 @@ class _File:
         os.fsync(self._file.fileno())
         self.done += len(points)
 
-    def finish(self) -> Points:
-        os.replace(self._part, self._out)
+    def finish(self, rename: bool) -> Points:
+        if rename:
+            os.replace(self._part, self._out)
         # Nothing cannot be mapped.
-        points: Points = np.load(self._out, mmap_mode="r" if self.done else None)
+        points: Points = np.load(self._out if rename else self._part,
+                                 mmap_mode="r" if self.done else None)
         return points

@@ -79,12 +79,12 @@ def protocol_pairs(finger: NDArray[np.int32], fvc_only: bool) -> Pairs:
 def run_trials(impressions: Sequence[Impression], fvc_only: bool = False, jobs: int | None = None,
                progress: bool = True, out: Path | None = None) -> Trials:
     """Compares the impressions, which are of one type and by finger. `jobs` is the number
-    of processes, by default one a core; `out` as for `scores`."""
+    of processes, by default one a core; `out` as for `pair_scores`, without renaming."""
     finger = finger_indices(impressions)
     pairs = protocol_pairs(finger, fvc_only)
     points = pair_scores([each.template for each in impressions], pairs, (len(pairs),),
                          names=[each.path for each in impressions], threads=jobs, out=out,
-                         progress=progress)
+                         rename=False, progress=progress)
     return Trials(finger, np.diff(finger, prepend=-1) != 0, pairs, points, fvc_only)
 
 
