@@ -9,7 +9,8 @@ TREE = Path(__file__).parents[2]
 
 def test_installed_wheel_works_by_itself(fingers: Path, tmp_path: Path) -> None:
     library = Path(os.environ["VXMKIT_LIBRARY"]).with_name("libvxmkit.so.3")
-    subprocess.run([TREE / "scripts/wheel", tmp_path, library, os.environ["VXM_EXPLAIN"]],
+    second = Path(os.environ["VXMRECORDS_LIBRARY"]).with_name("libvxmrecords.so.1")
+    subprocess.run([TREE / "scripts/wheel", tmp_path, library, second, os.environ["VXM_EXPLAIN"]],
                    check=True)
     wheel, = tmp_path.glob("vxmkit-*-py3-none-linux_*.whl")
     subprocess.run([sys.executable, "-m", "pip", "install", "--quiet", "--no-index", "--no-deps",
@@ -26,5 +27,9 @@ def test_installed_wheel_works_by_itself(fingers: Path, tmp_path: Path) -> None:
     version, loaded = python("-c", script).split()
     assert wheel.name.split("-")[1] in version
     assert Path(loaded).parent == tmp_path / "site/vxmkit"
+    told = python("-c", "import sys; from vxmkit import records;"
+                  "print(records.tell_form(open(sys.argv[1], 'rb').read()).text)",
+                  fingers / "001_1.iso")
+    assert told.strip() == "iso-2005"
     python("-m", "vxmkit.draw", fingers / "001_1.iso", "-o", tmp_path / "one.png")
     assert (tmp_path / "one.png").exists()

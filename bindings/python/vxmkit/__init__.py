@@ -8,6 +8,7 @@
         gallery = Gallery(templates)
         print(matcher.identify(probe, gallery, timeout=2.0))
 
+`vxmkit.records` tells, checks and converts records of all forms; it needs numpy.
 `scores` compares very many pairs on all cores; it needs numpy and tqdm.
 `python3 -m vxmkit.evaluate` measures error rates on a folder of templates,
 `python3 -m vxmkit.draw` draws templates and why two of them match.

@@ -82,6 +82,9 @@ def add_folder_options(parser: argparse.ArgumentParser, out: Path) -> None:
     parser.add_argument("--seed", type=int, default=1, metavar="N",
                         help="what the bootstrap draws from (default: %(default)s)")
     parser.add_argument("--jobs", type=int, metavar="N", help="processes (default: one a core)")
+    parser.add_argument("--no-convert", action="store_true",
+                        help="leave out records of other forms and take all resolutions as they "
+                             "are, instead of converting them")
     parser.add_argument("--quiet", action="store_true", help="show no progress")
 
 
@@ -98,11 +101,15 @@ def checked_options(parser: argparse.ArgumentParser,
 def gathered(options: argparse.Namespace, program: str) -> tuple[list[Impression], Enrolment]:
     """The impressions of the folder, of one type and of several fingers. What is left out
     is named on standard error."""
-    found, faults = read_folder(options.folder, options.pattern)
+    found, faults = read_folder(options.folder, options.pattern, not options.no_convert)
     for fault in faults:
         print(f"{program}: left out {options.folder / fault.path}: {fault.reason}",
               file=sys.stderr)
     impressions = of_one_type(found, _TYPES.get(options.type))
+    converted = [each for each in impressions if each.converted]
+    if converted:
+        print(f"{program}: {len(converted)} records were converted, such as "
+              f"{converted[0].path}: {converted[0].converted}", file=sys.stderr)
     fingers = {each.finger for each in impressions}
     if len(fingers) < 2:
         raise FolderError("templates of at least two fingers are needed; does the pattern fit?")

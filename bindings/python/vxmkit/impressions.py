@@ -8,8 +8,9 @@ from pathlib import Path
 from typing import Any
 
 from .constants import TemplateType
-from .errors import VxmError
+from .errors import TemplateTypeError, VxmError
 from .matcher import Matcher
+from .records import RecordError, matchable, matchable_type
 from .template_format import LEAST_MINUTIAE, damage, detect_type, minutia_count
 
 
@@ -22,6 +23,7 @@ class Impression:
     path: str
     template: bytes
     type: TemplateType
+    converted: str = ""  # what was done to the file's bytes to make it, if anything
 
 
 @dataclasses.dataclass(frozen=True)
@@ -59,7 +61,10 @@ class Enrolment:
         return self.failed / (self.failed + len(self.impressions))
 
     def as_json(self) -> dict[str, Any]:
-        return {"failure_to_enrol": {"files": self.failed, "rate": self.rate},
+        converted = [{"file": each.path, "how": each.converted}
+                     for each in self.impressions if each.converted]
+        return {"converted": converted,
+                "failure_to_enrol": {"files": self.failed, "rate": self.rate},
                 "too_few_minutiae": self.too_few,
                 "left_out": [{"file": each.path, "reason": each.reason} for each in self.faults]}
 
@@ -99,11 +104,14 @@ class _Checker:
     def fault_of(self, template: bytes) -> str:
         if not template:
             return "no valid template: the file is empty"
-        kind = detect_type(template)
+        kind = matchable_type(template)
         if kind not in self._matchers:
             self._matchers[kind] = Matcher(kind)
         try:
+            detect_type(template)
             self._matchers[kind].verify(template, template)
+        except TemplateTypeError as error:
+            return f"no valid template: {error.text}"
         except VxmError as error:
             return f"no valid template: {damage(template) or error.text} ({int(error.code)})"
         return ""
@@ -113,9 +121,12 @@ class _Checker:
             matcher.close()
 
 
-def read_folder(folder: Path, pattern: str) -> tuple[list[Impression], list[Fault]]:
+def read_folder(folder: Path, pattern: str, convert: bool = True,
+                ) -> tuple[list[Impression], list[Fault]]:
     """All impressions, by finger and impression, and the files that are none. As many
-    levels of folders are read as the pattern has slashes. OSError: no such folder."""
+    levels of folders are read as the pattern has slashes. With `convert`, records of
+    other forms and resolutions become such as the library compares. OSError: no such
+    folder."""
     expression = name_expression(pattern)
     below = "*/" * pattern.count("/") + "*"
     if not folder.is_dir():
@@ -137,7 +148,13 @@ def read_folder(folder: Path, pattern: str) -> tuple[list[Impression], list[Faul
         except OSError as error:
             faults.append(Fault(path, f"cannot be read: {error.strerror}"))
             continue
-        kind = detect_type(template)
+        kind, told = matchable_type(template), ""
+        try:
+            if convert:
+                template, told = matchable(template)
+        except RecordError as error:
+            faults.append(Fault(path, f"no valid template: {error}", kind))
+            continue
         key = (found["finger"], found["impression"], kind)
         reason = checker.fault_of(template)
         if reason:
@@ -147,7 +164,8 @@ def read_folder(folder: Path, pattern: str) -> tuple[list[Impression], list[Faul
             faults.append(Fault(path, f"the same finger and impression as {seen[key]}"))
             continue
         seen[key] = path
-        impressions.append(Impression(found["finger"], found["impression"], path, template, kind))
+        impressions.append(Impression(found["finger"], found["impression"], path, template, kind,
+                                      told))
     checker.close()
     impressions.sort(key=lambda each: (natural_order(each.finger), natural_order(each.impression)))
     return impressions, faults

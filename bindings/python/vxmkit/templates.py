@@ -4,19 +4,43 @@ from __future__ import annotations
 from collections.abc import Iterable
 from typing import Union
 
+from .constants import Status
+from .errors import TemplateTypeError
+
 Template = Union[bytes, bytearray, memoryview]
 """Bytes-like: any object with a buffer is taken."""
 
 
-def template_bytes(value: object, name: str) -> bytes:
-    """The bytes of a template. TypeError, which names the parameter: it is not
-    bytes-like; neither a text nor a number is."""
+def plain_bytes(value: object, name: str) -> bytes:
+    """TypeError, which names the parameter: it is not bytes-like; neither a text nor a
+    number is."""
     if isinstance(value, bytes):
         return value
     try:
         return memoryview(value).tobytes()  # type: ignore[arg-type]
     except TypeError:
         raise TypeError(f"{name}: a template is bytes-like, not {type(value).__name__}") from None
+
+
+def misread(data: bytes) -> bool:
+    """Whether the matcher would take the bytes for a record that they are not: one of
+    another version, or of ANSI with a length in six bytes."""
+    if data[:4] != b"FMR\0" or len(data) < 10:
+        return False
+    size = len(data).to_bytes(4, "big")
+    long_ansi = data[8:10] == b"\0\0" and data[10:14] == size and size > b"\0\0\xff\xff"
+    return data[4:8] != b" 20\0" or (long_ansi and data[8:12] != size)
+
+
+def template_bytes(value: object, name: str) -> bytes:
+    """The bytes of a template that the matcher does not misread. TypeError: as above.
+    TemplateTypeError: a record of a form that it takes for another."""
+    data = plain_bytes(value, name)
+    if data.startswith(b"FMR") and misread(data):
+        raise TemplateTypeError(
+            Status.ERR_TEMPLATE_TYPE, "a record of a form that the matcher does not compare; "
+            "convert it by vxmkit.records.matchable", name)
+    return data
 
 
 def many(values: object, name: str) -> Iterable[object]:
