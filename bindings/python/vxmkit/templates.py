@@ -24,12 +24,12 @@ def plain_bytes(value: object, name: str) -> bytes:
 
 def misread(data: bytes) -> bool:
     """Whether the matcher would take the bytes for a record that they are not: one of
-    another version, or of ANSI with a length in six bytes."""
+    a later edition, or of ANSI with a length in six bytes."""
     if data[:4] != b"FMR\0" or len(data) < 10:
         return False
     size = len(data).to_bytes(4, "big")
     long_ansi = data[8:10] == b"\0\0" and data[10:14] == size and size > b"\0\0\xff\xff"
-    return data[4:8] != b" 20\0" or (long_ansi and data[8:12] != size)
+    return data[4:8] in (b"030\0", b"035\0") or (long_ansi and data[8:12] != size)
 
 
 def template_bytes(value: object, name: str) -> bytes:
