@@ -5,6 +5,8 @@
 
 #include <cmath>
 
+#include "engine/scoring.h"
+
 namespace {
 
 constexpr double degree = 3.14159265358979323846 / 180;
@@ -47,6 +49,14 @@ TEST(NumericTest, DirectionsAreWithinOneDegree) {
       ASSERT_LE(std::abs(error), 1.0) << dx << ' ' << dy;
     }
   }
+}
+
+// From 32768 on it divides first, and so loses what is left over.
+TEST(NumericTest, SquaresOverADivisorKeepTo32Bits) {
+  const struct {
+    int weight, divisor, score;
+  } cases[] = {{32767, 3, 357892096}, {32768, 3, 357892096}, {32768, 32768, 32768}, {9, 5, 16}};
+  for (const auto& c : cases) EXPECT_EQ(vxm::SquareOver(c.weight, c.divisor), c.score) << c.weight;
 }
 
 TEST(NumericTest, MarginLeavesOutTheBorder) {
