@@ -22,7 +22,8 @@ struct Desk {
   vxm::MatchWorkspace probe;
   vxm::MatchWorkspace reference;
   vxm::MatchWorkspace reduced;
-  vxm::EngineContext context;
+  vxm::Scratch scratch;
+  vxm::EngineContext context{scratch};
   vxm::MatchResult result;
 };
 
@@ -46,13 +47,10 @@ void Reduce(const Pair&, Desk& desk) {
                        desk.context.scale);
 }
 
-void PrepareBoth(const Pair&, Desk& desk) {
-  vxm::PrepareGeometry(desk.context.probeGeometry, desk.probe, desk.context.scale);
-  vxm::PrepareGeometry(desk.context.referenceGeometry, desk.reference, desk.context.scale);
-}
+void PrepareProbe(const Pair&, Desk& desk) { vxm::PrepareProbe(desk.context, desk.probe); }
 
-void ListPairs(const Pair&, Desk& desk) {
-  vxm::BuildPairList(desk.context.probePairs, desk.context.probeGeometry);
+void PrepareReference(const Pair&, Desk& desk) {
+  vxm::PrepareGeometry(desk.context.referenceGeometry, desk.reference, desk.context.scale);
 }
 
 void Vote(const Pair&, Desk& desk) { vxm::VotePairs(desk.context, vxm::verificationLimits); }
@@ -68,9 +66,13 @@ struct Stage {
   const char* name;
   void (*run)(const Pair&, Desk&);
 };
-constexpr Stage stages[] = {
-    {"clock", DoNothing},       {"load", LoadBoth}, {"reduce", Reduce}, {"geometry", PrepareBoth},
-    {"probe_pairs", ListPairs}, {"voting", Vote},   {"search", Search}};
+constexpr Stage stages[] = {{"clock", DoNothing},
+                            {"load", LoadBoth},
+                            {"reduce", Reduce},
+                            {"probe", PrepareProbe},
+                            {"reference", PrepareReference},
+                            {"voting", Vote},
+                            {"search", Search}};
 
 std::unique_ptr<Desk> MakeDesk(int type) {
   auto desk = std::make_unique<Desk>();
@@ -100,7 +102,8 @@ Pairs LargeEnough(Pairs pairs, int type) {
   const auto desk = MakeDesk(type);
   const auto tooSmall = [&](const Pair& pair) {
     LoadBoth(pair, *desk);
-    return std::min(desk->probe.minutiaCount, desk->reference.minutiaCount) < vxm::minMinutiae;
+    return std::min(desk->probe.minutiaCount, desk->reference.minutiaCount) <
+           vxm::EngineParams::minMinutiae;
   };
   pairs.erase(std::remove_if(pairs.begin(), pairs.end(), tooSmall), pairs.end());
   return pairs;

@@ -64,7 +64,7 @@
 extern "C" {
 #endif
 
-/** A matcher: settings and all working memory (about 3.7 MB), made by VXM_Create. */
+/** A matcher: settings and all working memory (about 2.3 MB), made by VXM_Create. */
 typedef struct Matcher* MatcherHandle;
 
 /** A character of the text that VXM_GetErrorString_B makes: UTF-16. */

@@ -69,26 +69,27 @@ Pass TellPass(const EngineContext& context, MatchResult& result) {
 Explanation Explain(const vxm::MatchWorkspace& probe, const vxm::MatchWorkspace& reference,
                     vxm::Scale scale) {
   Explanation told;
-  const auto context = std::make_unique<EngineContext>();
+  const auto own = std::make_unique<vxm::OwnContext>();
+  EngineContext& context = own->context;
   MatchResult first = {};
   const auto match = scale == vxm::Scale::native ? vxm::MatchNative : vxm::MatchStandard;
-  const int score = match(probe, reference, *context, first, true);
+  const int score = match(probe, reference, context, first, true);
   if (std::min(probe.minutiaCount, reference.minutiaCount) < vxm::EngineParams::minMinutiae)
     return told;
 
-  told.candidates = ListCandidates(*context);
-  told.seeds = ListSeeds(*context);
+  told.candidates = ListCandidates(context);
+  told.seeds = ListSeeds(context);
   first = {};
   std::fill_n(first.mate, probe.minutiaCount, -1);
-  SearchAlignment(*context, first, 0);
+  SearchAlignment(context, first, 0);
   if (first.score == 0) return told;
   told.overlap = first.overlap;
-  told.first = TellPass(*context, first);
+  told.first = TellPass(context, first);
   told.score = told.first->scaledScore;
   if (told.score >= 1 && told.score < vxm::EngineParams::clearScore) {
     MatchResult second = {};
-    RefineAlignment(*context, first, second);
-    told.second = TellPass(*context, second);
+    RefineAlignment(context, first, second);
+    told.second = TellPass(context, second);
     told.score = (told.score + told.second->scaledScore) / 2;
   }
   told.factor = scale == vxm::Scale::standard ? vxm::EngineParams::standardScaling : 1;

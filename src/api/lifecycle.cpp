@@ -4,6 +4,9 @@
 #include "matcher/matcher.h"
 #include "platform/process_lock.h"
 
+// Servers hold many.
+static_assert(sizeof(Matcher) <= 2500000);
+
 int VXM_CALL VXM_Create(MatcherHandle* handle) {
   if (handle == nullptr) return VXM_ERR_INVALID_PARAMETERS;
   *handle = nullptr;

@@ -25,10 +25,7 @@ int Match(const MatchWorkspace& probe, const MatchWorkspace& reference, EngineCo
     return 0;
   Clear(result, probe.minutiaCount);
   context.scale = scale;
-  if (prepareProbe) {
-    PrepareGeometry(context.probeGeometry, probe, scale);
-    BuildPairList(context.probePairs, context.probeGeometry);
-  }
+  if (prepareProbe) PrepareProbe(context, probe);
   PrepareGeometry(context.referenceGeometry, reference, scale);
   VotePairs(context, limits);
   const auto byOrientation = [&](MatchResult& aligned) {

@@ -38,10 +38,11 @@ void BuildPairList(PairList& pairs, const TemplateGeometry& geometry) {
   pairs.count = start;
   pairs.longest = longest;
 
+  const MinutiaPair* const all = geometry.pairs;
   for (int place = 0; place < PairCount(geometry.count); place++) {
     const int d = geometry.distance[place];
     if (d <= EngineParams::minPairDistance) continue;
-    PutPair(pairs, pairs.startAt[d]++, geometry.pairs[place]);
+    PutPair(pairs, pairs.startAt[d]++, all[place]);
   }
   // Each start has moved to the end of its length, the start of the next one.
   std::copy_backward(pairs.startAt, pairs.startAt + longest + 1, pairs.startAt + longest + 2);
@@ -54,6 +55,11 @@ void BuildPairList(PairList& pairs, const TemplateGeometry& geometry) {
     most = std::max(most, pairs.startAt[d + reach + 1] - pairs.startAt[d - reach]);
   }
   pairs.mostAlike = most;
+}
+
+void PrepareProbe(EngineContext& context, const MatchWorkspace& workspace) {
+  PrepareGeometry(context.probeGeometry, workspace, context.scale);
+  BuildPairList(context.probePairs, context.probeGeometry);
 }
 
 }  // namespace vxm

@@ -1,9 +1,11 @@
 // The records that the stages of a comparison hand to each other.
 //
-// One EngineContext serves one comparison at a time and is all the memory that
-// a comparison uses besides its workspaces and its result. Two threads compare
-// at once with a context each. All quantities are integers: pixels, whole
-// degrees, and 1024ths in the sine tables.
+// An EngineContext serves one comparison at a time and is, with the scratch memory
+// that it leads to, all that a comparison uses besides its workspaces and its result.
+// It keeps the tables of its probe; of the scratch memory nothing outlives a comparison,
+// so contexts that one thread uses can share it. Two threads compare at once with
+// both to themselves. All quantities are integers: pixels, whole degrees, and 1024ths
+// in the sine tables.
 //
 // Tables are flat and only as long as the template needs, so that work for 18
 // minutiae touches memory for 18. All lists end in padding that vector code may
@@ -74,18 +76,21 @@ struct MinutiaPair {
 
 // What the comparison knows of one template.
 struct TemplateGeometry {
-  const MatchWorkspace* workspace;
-  int count;         // minutiae
-  bool plainAngles;  // all angles are 0..360, so that differences wrap as usual
-  Area area;
-  alignas(64) Position position[maxRow];
-  alignas(64) int16_t dir[maxRow];    // direction, 360 - angle
-  alignas(64) uint16_t turn[maxRow];  // the same as a scaled turn
+  explicit TemplateGeometry(MinutiaPair* allPairs) : pairs(allPairs) {}
+
+  const MatchWorkspace* workspace = nullptr;
+  int count = 0;            // minutiae
+  bool plainAngles = true;  // all angles are 0..360, so that differences wrap as usual
+  Area area = {};
+  alignas(64) Position position[maxRow] = {};
+  alignas(64) int16_t dir[maxRow] = {};    // direction, 360 - angle
+  alignas(64) uint16_t turn[maxRow] = {};  // the same as a scaled turn
   // By PairPlace.
-  alignas(64) uint16_t distance[maxPairs + vectorPadding];   // pixels
-  alignas(64) uint16_t lineAngle[maxPairs + vectorPadding];  // from i to j, 0..360
-  alignas(64) MinutiaPair pairs[maxPairs + vectorPadding];
-  CoarseAngles coarse;  // for the vector forms alone
+  alignas(64) uint16_t distance[maxPairs + vectorPadding] = {};   // pixels
+  alignas(64) uint16_t lineAngle[maxPairs + vectorPadding] = {};  // from i to j, 0..360
+  // Of the reference; of the probe only until its list is made.
+  MinutiaPair* const pairs;
+  CoarseAngles coarse = {};  // for the vector forms alone
 };
 
 // The probe's minutia pairs that are long enough to tell a direction, by length;
@@ -136,18 +141,36 @@ struct NearList {
 
 struct Kernels;
 
+// What every comparison makes anew.
+struct Scratch {
+  alignas(64) MinutiaPair pairs[maxPairs + vectorPadding] = {};
+  TemplateGeometry referenceGeometry{pairs};
+  alignas(64) uint16_t votes[maxMinutiae * maxMinutiae + vectorPadding] = {};
+};
+
 struct EngineContext {
-  Scale scale;
-  const Kernels* kernels;  // the form of the inner loops that these templates can take
+  explicit EngineContext(Scratch& scratch)
+      : probeGeometry(scratch.pairs),
+        referenceGeometry(scratch.referenceGeometry),
+        votes(scratch.votes) {}
+
+  Scale scale = Scale::native;
+  const Kernels* kernels = nullptr;  // the form of the inner loops that these templates can take
   TemplateGeometry probeGeometry;
-  TemplateGeometry referenceGeometry;
-  PairList probePairs;
+  TemplateGeometry& referenceGeometry;
+  PairList probePairs = {};
   // [reference * probe count + probe]; at most 199 * 199, which fits.
-  alignas(64) uint16_t votes[maxMinutiae * maxMinutiae + vectorPadding];
-  SeedRecord seeds[maxRow];  // by votes, most first
-  SeedPlaces seedPlaces;
-  BlockMap referenceBlocks;  // where the reference's minutiae are, during the search
-  NearList near;
+  uint16_t* const votes;
+  SeedRecord seeds[maxRow] = {};  // by votes, most first
+  SeedPlaces seedPlaces = {};
+  BlockMap referenceBlocks = {};  // where the reference's minutiae are, during the search
+  NearList near = {};
+};
+
+// A context with scratch memory of its own.
+struct OwnContext {
+  Scratch scratch;
+  EngineContext context{scratch};
 };
 
 // The outcome of a comparison.

@@ -15,6 +15,10 @@ void PrepareGeometry(TemplateGeometry& geometry, const MatchWorkspace& workspace
 
 void BuildPairList(PairList& pairs, const TemplateGeometry& geometry);
 
+// The probe's geometry and its list; before the reference's, which takes the memory in
+// which the list's pairs were made.
+void PrepareProbe(EngineContext& context, const MatchWorkspace& workspace);
+
 void VotePairs(EngineContext& context, const MatchLimits& limits);
 
 // With a needed sum, no alignment is found where the scores of the two passes cannot add

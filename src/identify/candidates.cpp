@@ -10,6 +10,8 @@
 #include <new>
 #include <numeric>
 
+#include "platform/platform.h"
+
 namespace vxm {
 namespace {
 
@@ -58,6 +60,10 @@ bool BuildCandidateList(CandidateList& list, TemplateFormat format, uint8_t prob
   return true;
 }
 
+CandidateCopies::~CandidateCopies() {
+  if (bytes != nullptr) platform::Wipe(bytes.get(), total);
+}
+
 bool CopyCandidates(CandidateCopies& copies, const unsigned char* buffer, const int* templateSizes,
                     int templateCount) {
   const auto count = static_cast<size_t>(std::max(templateCount, 0));
@@ -68,6 +74,7 @@ bool CopyCandidates(CandidateCopies& copies, const unsigned char* buffer, const 
     total += size;
   }
   copies.bytes.reset(new (std::nothrow) uint8_t[total]);
+  copies.total = total;
   copies.templates.reset(new (std::nothrow) const unsigned char*[count]);
   copies.sizes.reset(new (std::nothrow) int[count]);
   if (copies.bytes == nullptr || copies.templates == nullptr || copies.sizes == nullptr) {

@@ -1,6 +1,7 @@
 // The candidates of one identification pass, in the order of the search.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -30,9 +31,15 @@ bool BuildCandidateList(CandidateList& list, TemplateFormat format, uint8_t prob
 bool ReadAttribute(TemplateFormat format, const uint8_t* bytes, int size, uint8_t& attribute);
 
 // Private copies of candidates that lie back to back in one buffer, each cut to
-// `maxCopySize` bytes.
+// `maxCopySize` bytes; wiped at their end.
 struct CandidateCopies {
+  CandidateCopies() = default;
+  CandidateCopies(const CandidateCopies&) = delete;
+  CandidateCopies& operator=(const CandidateCopies&) = delete;
+  ~CandidateCopies();
+
   std::unique_ptr<uint8_t[]> bytes;
+  size_t total = 0;
   std::unique_ptr<const unsigned char*[]> templates;
   std::unique_ptr<int[]> sizes;
 };

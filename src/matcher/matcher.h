@@ -1,9 +1,10 @@
 // The state behind a MatcherHandle: settings, working memory and events. It is
 // one block, so that a matcher is made whole or not at all, and no call
-// allocates for a comparison.
+// allocates for a comparison; and it leaves no template behind.
 #pragma once
 
 #include <memory>
+#include <type_traits>
 
 #include "matcher/working_set.h"
 #include "platform/platform.h"
@@ -20,6 +21,15 @@ using EventOwner = std::unique_ptr<platform::Event, EventDeleter>;
 }  // namespace vxm
 
 struct Matcher {
+  Matcher() = default;
+  Matcher(const Matcher&) = delete;
+  Matcher& operator=(const Matcher&) = delete;
+  ~Matcher() {
+    vxm::platform::Wipe(&caller, sizeof(caller));
+    vxm::platform::Wipe(&worker, sizeof(worker));
+    vxm::platform::Wipe(&spareWorkspace, sizeof(spareWorkspace));
+  }
+
   int templateType = TEMPLATE_NATIVE;
   int securityLevel = 4;  // 1..7
   bool fastMode = true;
@@ -32,6 +42,8 @@ struct Matcher {
   vxm::WorkingSet worker = {};              // of the worker thread alone
   vxm::MatchWorkspace spareWorkspace = {};  // the probe turned by 180 degrees
 };
+// Nothing of what was wiped is used again.
+static_assert(std::is_trivially_destructible_v<vxm::WorkingSet>);
 
 namespace vxm {
 

@@ -8,8 +8,9 @@ namespace vxm {
 // What a search keeps of its probe from one candidate to the next: the tables of
 // the full and of the reduced probe, each made when first needed.
 struct StagedContext {
-  EngineContext full;
-  EngineContext reduced;
+  Scratch scratch;
+  EngineContext full{scratch};
+  EngineContext reduced{scratch};
   MatchWorkspace reducedProbe;
   MatchWorkspace reducedCandidate;
   MatchResult result;

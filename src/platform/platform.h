@@ -7,6 +7,7 @@
 // takes null too; a thread likewise by StartThread and Join. Nothing throws.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "vxmkit.h"
@@ -32,10 +33,15 @@ bool IsSet(Event* event);
 bool WaitFor(Event* event);
 
 // A thread that runs `run(argument)` once. Join waits for its end and releases
-// it; what the thread wrote is visible to the caller afterwards.
+// it, and does not return before that even where the system cannot tell; what the
+// thread wrote is visible to the caller afterwards.
 struct Thread;
 Thread* StartThread(void (*run)(void*), void* argument);
 void Join(Thread* thread);
+
+// Overwrites memory that held templates before it is given back. The compiler may not
+// leave it out, as it may what is written and never read.
+void Wipe(void* memory, size_t size);
 
 // A millisecond clock of 32 bits that wraps; only differences mean anything.
 uint32_t Milliseconds();

@@ -31,6 +31,7 @@ struct Thread {
   pthread_t handle;
   void (*run)(void*);
   void* argument;
+  std::atomic<bool> ended{false};  // the last that the thread itself does
 };
 
 Mutex* MakeMutex() {
@@ -96,8 +97,9 @@ bool WaitFor(Event* event) {
 namespace {
 
 void* RunThread(void* thread) {
-  const Thread* self = static_cast<const Thread*>(thread);
+  Thread* self = static_cast<Thread*>(thread);
   self->run(self->argument);
+  self->ended.store(true, std::memory_order_release);
   return nullptr;
 }
 
@@ -113,7 +115,8 @@ Thread* StartThread(void (*run)(void*), void* argument) {
 }
 
 // Looks for the end a while before it sleeps: a worker mostly ends within a comparison
-// of its caller, and to be woken takes longer than many.
+// of its caller, and to be woken takes longer than many. Where the system does not
+// join, the thread's own word is waited for, since it works on what is its caller's.
 void Join(Thread* thread) {
   bool joined = false;
 #if defined(__linux__)
@@ -123,8 +126,15 @@ void Join(Thread* thread) {
     if (!joined) sched_yield();
   }
 #endif
-  if (!joined) pthread_join(thread->handle, nullptr);
+  joined = joined || pthread_join(thread->handle, nullptr) == 0;
+  while (!joined && !thread->ended.load(std::memory_order_acquire)) sched_yield();
   delete thread;
+}
+
+void Wipe(void* memory, size_t size) {
+  std::memset(memory, 0, size);
+  // For all that the compiler knows, this reads the memory.
+  __asm__ __volatile__("" : : "r"(memory) : "memory");
 }
 
 uint32_t Milliseconds() {

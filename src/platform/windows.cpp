@@ -9,6 +9,7 @@
 
 #include <oleauto.h>
 
+#include <atomic>
 #include <memory>
 #include <new>
 
@@ -45,19 +46,24 @@ struct Thread {
   HANDLE handle;
   void (*run)(void*);
   void* argument;
+  std::atomic<bool> ended{false};  // the last that the thread itself does
 };
 
 namespace {
 
 DWORD WINAPI RunThread(void* thread) {
-  const Thread* self = static_cast<const Thread*>(thread);
+  Thread* self = static_cast<Thread*>(thread);
   self->run(self->argument);
+  self->ended.store(true, std::memory_order_release);
   return 0;
 }
 
+// Where the state cannot be read the thread's own word counts, since it works on what is
+// its caller's.
 bool IsRunning(const Thread& thread) {
   DWORD code = 0;
-  return GetExitCodeThread(thread.handle, &code) != 0 && code == STILL_ACTIVE;
+  if (GetExitCodeThread(thread.handle, &code) != 0) return code == STILL_ACTIVE;
+  return !thread.ended.load(std::memory_order_acquire);
 }
 
 }  // namespace
@@ -81,6 +87,8 @@ void Join(Thread* thread) {
   CloseHandle(thread->handle);
   delete thread;
 }
+
+void Wipe(void* memory, size_t size) { SecureZeroMemory(memory, size); }
 
 uint32_t Milliseconds() { return GetTickCount(); }
 

@@ -73,7 +73,7 @@ TEST(KernelsTest, AllFormsAgree) {
   std::mt19937 random(20261122);
   const auto probe = std::make_unique<vxm::MatchWorkspace>();
   const auto reference = std::make_unique<vxm::MatchWorkspace>();
-  const auto context = std::make_unique<vxm::EngineContext>();
+  const auto context = std::make_unique<vxm::OwnContext>();
   const vxm::Kernels& before = vxm::ActiveKernels();
   int positive = 0;
   for (int k = 0; k < comparisons; k++) {
@@ -87,12 +87,12 @@ TEST(KernelsTest, AllFormsAgree) {
       Disturb(*reference, random);
     }
     vxm::ForceKernels(vxm::scalarKernels.name);
-    const Outcome scalar = Compare(*probe, *reference, native, *context);
+    const Outcome scalar = Compare(*probe, *reference, native, context->context);
     positive += scalar.score > 0 ? 1 : 0;
     for (const char* form : {VXM_KERNEL_FORMS}) {
       SCOPED_TRACE(form);
       if (vxm::ForceKernels(form) != vxm::ForceOutcome::forced) continue;
-      const Outcome fast = Compare(*probe, *reference, native, *context);
+      const Outcome fast = Compare(*probe, *reference, native, context->context);
       ASSERT_EQ(fast.score, scalar.score);
       ASSERT_EQ(std::memcmp(&fast.result, &scalar.result, sizeof(vxm::MatchResult)), 0);
     }

@@ -19,10 +19,10 @@ TEST_P(MatchKnownAnswerTest, Holds) {
   const auto reference = Load(answer.Template(2));
   const bool native = answer.Number(0) == TEMPLATE_NATIVE;
   const auto match = native ? vxm::MatchNative : vxm::MatchStandard;
-  const auto context = std::make_unique<vxm::EngineContext>();
+  const auto context = std::make_unique<vxm::OwnContext>();
   vxm::MatchResult result = {};
 
-  ASSERT_EQ(match(probe->workspace, reference->workspace, *context, result, true),
+  ASSERT_EQ(match(probe->workspace, reference->workspace, context->context, result, true),
             answer.Number(3));
   if (answer.Number(3) == 0) return;
   EXPECT_EQ(result.rotation, answer.Number(4));

@@ -7,13 +7,18 @@
 #include "platform/platform.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <pthread.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <new>
+#include <thread>
 
+#include "support/loaded_template.h"
 #include "support/made_templates.h"
 #include "support/matcher_calls.h"
 #include "support/matcher_fixture.h"
@@ -28,22 +33,38 @@ std::atomic<int> refusedAllocation{0};
 std::atomic<int> refusedObject{0};
 std::atomic<int> refusedText{0};
 
+// Joins that were refused; 0 for none wanted.
+std::atomic<int> refusedJoins{0};
+
+// What freed memory must not hold, and how often it did.
+std::vector<made::Bytes> traces;
+std::atomic<int> tracesLeft{0};
+
+bool Holds(const void* memory, const made::Bytes& trace) {
+  const auto* bytes = static_cast<const uint8_t*>(memory);
+  const uint8_t* end = bytes + malloc_usable_size(const_cast<void*>(memory));
+  return std::search(bytes, end, trace.begin(), trace.end()) != end;
+}
+
 bool Refuses(std::atomic<int>& ordinal) { return ordinal > 0 && --ordinal == 0; }
 
-void* Allocate(size_t size) {
-  void* memory = std::malloc(size > 0 ? size : 1);
+void* Allocate(size_t size, size_t alignment = alignof(std::max_align_t)) {
+  void* memory = std::aligned_alloc(alignment, (size / alignment + 1) * alignment);
   if (memory != nullptr) live += 1;
   return memory;
 }
 
 void Free(void* memory) {
-  if (memory != nullptr) live -= 1;
+  if (memory == nullptr) return;
+  live -= 1;
+  for (const made::Bytes& trace : traces) tracesLeft += Holds(memory, trace) ? 1 : 0;
   std::free(memory);
 }
 
-void* AllocateForLibrary(size_t size) {
+template <typename... Alignment>
+void* AllocateForLibrary(size_t size, Alignment... alignment) {
   taken += 1;
-  return Refuses(refusedAllocation) ? nullptr : Allocate(size);
+  return Refuses(refusedAllocation) ? nullptr : Allocate(size, alignment...);
 }
 
 void* AllocateOrThrow(size_t size) {
@@ -59,7 +80,12 @@ void* operator new(size_t size, const std::nothrow_t&) noexcept { return Allocat
 void* operator new[](size_t size, const std::nothrow_t&) noexcept {
   return AllocateForLibrary(size);
 }
+void* operator new(size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+  return AllocateForLibrary(size, static_cast<size_t>(alignment));
+}
 void operator delete(void* memory) noexcept { Free(memory); }
+void operator delete(void* memory, std::align_val_t) noexcept { Free(memory); }
+void operator delete(void* memory, size_t, std::align_val_t) noexcept { Free(memory); }
 void operator delete[](void* memory) noexcept { Free(memory); }
 void operator delete(void* memory, size_t) noexcept { Free(memory); }
 void operator delete[](void* memory, size_t) noexcept { Free(memory); }
@@ -71,6 +97,18 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
                           void* argument) {
   if (Refuses(refusedObject)) return EAGAIN;
   return __real_pthread_create(thread, attributes, run, argument);
+}
+
+int __real_pthread_join(pthread_t, void**);
+int __wrap_pthread_join(pthread_t thread, void** result) {
+  if (refusedJoins == 0) return __real_pthread_join(thread, result);
+  if (refusedJoins++ == 1) pthread_detach(thread);
+  return EINVAL;
+}
+
+int __real_pthread_tryjoin_np(pthread_t, void**);
+int __wrap_pthread_tryjoin_np(pthread_t thread, void** result) {
+  return refusedJoins == 0 ? __real_pthread_tryjoin_np(thread, result) : EINVAL;
 }
 
 int __real_pthread_mutex_init(pthread_mutex_t*, const pthread_mutexattr_t*);
@@ -145,6 +183,21 @@ TEST(PlatformFaultTest, ATextThatCannotBeMadeIsNull) {
   std::free(text);
 }
 
+// Whoever waits for a thread has what it works on.
+TEST(PlatformFaultTest, AThreadThatCannotBeJoinedIsWaitedFor) {
+  std::atomic<bool> ended{false};
+  const auto work = [](void* argument) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    *static_cast<std::atomic<bool>*>(argument) = true;
+  };
+  refusedJoins = 1;
+  vxm::platform::Thread* thread = vxm::platform::StartThread(work, &ended);
+  ASSERT_NE(thread, nullptr);
+  vxm::platform::Join(thread);
+  EXPECT_TRUE(ended);
+  EXPECT_GT(refusedJoins.exchange(0), 1);
+}
+
 class PlatformTest : public MatcherTest {
  protected:
   // Finds the mate, or fails without an index.
@@ -169,6 +222,28 @@ TEST_F(PlatformTest, IdentificationSurvivesWhatItDoesNotGet) {
               form.twoThreads ? "CreateThread is failed\n" : "");
     EXPECT_EQ(threads, form.twoThreads ? 1 : 0);
   }
+}
+
+// Neither the matcher's nor the copies that a search in a buffer makes.
+TEST(PlatformWipeTest, NothingOfATemplateIsInFreedMemory) {
+  MatcherHandle matcher = nullptr;
+  ASSERT_EQ(VXM_Create(&matcher), VXM_OK);
+  const auto loaded = Load(impostor);
+  const auto* places = reinterpret_cast<const uint8_t*>(loaded->workspace.x);
+  const uint8_t* templates[] = {impostor.data()};  // the one candidate, or all in one buffer
+  const int size = static_cast<int>(impostor.size());
+  int index = 0;
+  traces = {{impostor.begin() + 8, impostor.begin() + 40}, {places, places + 32}};
+  tracesLeft = 0;  // of what was made to make them
+  for (const calls::IdentifyForm& form : calls::identifyForms) {
+    EXPECT_EQ(form.function(matcher, probe.data(), static_cast<int>(probe.size()), templates, &size,
+                            1, 0, &index),
+              VXM_OK);
+  }
+  EXPECT_TRUE(Holds(matcher, traces[1]));
+  EXPECT_EQ(VXM_Delete(matcher), VXM_OK);
+  EXPECT_EQ(tracesLeft, 0);
+  traces.clear();
 }
 
 // A list for all candidates and the keys of its order, copies of all of them and a

@@ -181,6 +181,8 @@ HANDLE WINAPI NoThread(LPSECURITY_ATTRIBUTES, SIZE_T, LPTHREAD_START_ROUTINE, LP
   return nullptr;
 }
 
+BOOL WINAPI NoState(HANDLE, LPDWORD) { return FALSE; }
+
 int WINAPI NoteBox(HWND, LPCSTR text, LPCSTR, UINT kind) {
   shown = {shown.boxes + 1, text, kind, GetCurrentThreadId()};
   return IDOK;
@@ -212,6 +214,8 @@ TEST_F(WindowsTest, AMissingWorkerIsToldAndLeavesNothingLocked) {
   if (decision.wait_for(std::chrono::seconds(30)) != std::future_status::ready) std::abort();
   EXPECT_EQ(decision.get(), 1);
 
+  // Where the worker's state cannot be read, its end is waited for all the same.
+  const ReplacedImport state(library, "GetExitCodeThread", reinterpret_cast<void*>(NoState));
   EXPECT_EQ(search(), VXM_OK);
   EXPECT_EQ(index, 1);
   EXPECT_EQ(shown.boxes, 1);

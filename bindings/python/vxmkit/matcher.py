@@ -79,7 +79,7 @@ class Matcher:
         with Matcher(TemplateType.ISO19794_2, security_level=5) as matcher:
             if matcher.verify(probe, candidate): ...
 
-    It holds about 3.7 MB until it is closed. It may be used from several threads,
+    It holds about 2.3 MB until it is closed. It may be used from several threads,
     whose calls then wait for each other; comparisons run one at a time in the whole
     process anyway, so that only further processes make use of further cores.
 
