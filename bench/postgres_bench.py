@@ -28,20 +28,25 @@ from private_cluster import Cluster, private_cluster, staged  # noqa: E402
 
 FORMATS = {"vxt": ("native", 2001), "iso": ("ISO", 2002), "ansi": ("ANSI", 2003)}
 LEVEL = 7  # finds nothing, so that the library goes through all candidates
-SECURITY_LEVEL = 302
+FAST_MODE, SECURITY_LEVEL = 301, 302
 
 
 class Library:
-    """Identification of one probe among all templates, in one call."""
+    """Comparisons of one probe with all templates."""
 
     def __init__(self, build: Path) -> None:
         self.library = ctypes.CDLL(str(build / "src/libvxmkit.so.3"))
         self.matcher = ctypes.c_void_p()
         assert self.library.VXM_Create(ctypes.byref(self.matcher)) == 0
-        level = ctypes.c_int(LEVEL)
-        assert self.library.VXM_SetParameter(self.matcher, SECURITY_LEVEL, ctypes.byref(level)) == 0
+        self.set(SECURITY_LEVEL, LEVEL)
 
-    def search(self, kind: int, probe: bytes, templates: list[bytes]) -> Callable[[], None]:
+    def set(self, parameter: int, value: int) -> None:
+        assert self.library.VXM_SetParameter(self.matcher, parameter,
+                                             ctypes.byref(ctypes.c_int(value))) == 0
+
+    def search(self, kind: int, probe: bytes, templates: list[bytes],
+               fast: bool) -> Callable[[], None]:
+        """One call of identification."""
         count = len(templates)
         pointers = (ctypes.c_char_p * count)(*templates)
         sizes = (ctypes.c_int * count)(*map(len, templates))
@@ -49,9 +54,25 @@ class Library:
 
         def run() -> None:
             self.library.VXM_SetTemplateType(self.matcher, kind)
+            self.set(FAST_MODE, fast)
             status = self.library.VXM_Identify(self.matcher, probe, len(probe), pointers, sizes,
                                                count, 0, ctypes.byref(found))
             assert (status, found.value) == (0, -1), "the search ended early"
+
+        return run
+
+    def verify(self, kind: int, probe: bytes, templates: list[bytes],
+               compare: bool) -> Callable[[], None]:
+        """A verification for each template; or else the calls alone, without a matcher."""
+        matcher = self.matcher if compare else None
+        score, verified = ctypes.c_float(), ctypes.c_int()
+        outputs = ctypes.byref(score), ctypes.byref(verified)
+
+        def run() -> None:
+            self.library.VXM_SetTemplateType(self.matcher, kind)
+            call = self.library.VXM_VerifyEx
+            for template in templates:
+                call(matcher, probe, len(probe), template, len(template), *outputs)
 
         return run
 
@@ -89,19 +110,37 @@ class Bench:
         self.session.execute(f"VACUUM ANALYZE {table}")
 
     def row_costs(self, table: str, kind: int, probe: bytes, templates: list[bytes]) -> None:
+        """Of each kind of comparison beside the library's own."""
         server = self.session.info.backend_pid
+        library = self.library
+        queries = {
+            "search, fast": f"vxm_search(%(probe)b, id, template, {LEVEL}, false, true)",
+            "matches, fast": f"count(*) FILTER (WHERE vxm_matches(%(probe)b, template, {LEVEL}))",
+            "search, normal": f"vxm_search(%(probe)b, id, template, {LEVEL}, false, false)",
+            "matches, normal":
+                f"count(*) FILTER (WHERE vxm_matches(%(probe)b, template, {LEVEL}, fast => false))",
+            "best, full": "vxm_best(%(probe)b, id, template, 3)",
+            "matches_fully, full":
+                f"count(*) FILTER (WHERE vxm_matches_fully(%(probe)b, template, {LEVEL}))",
+            "score, full": "count(*) FILTER (WHERE vxm_score(%(probe)b, template) > 0.9)",
+            "search_report, fast": "vxm_search_report(%(probe)b, id, template, "
+                                   f"{LEVEL}, false, true)",
+            "valid,": "count(*) FILTER (WHERE NOT vxm_valid(template))",
+            "info,": "count(*) FILTER (WHERE (vxm_info(template)).minutiae < 0)",
+            "length,": "count(*) FILTER (WHERE length(template) < 0)"}
         times = best_times(self.rounds, lambda: processor_time(server) + processor_time("self"), {
-            "library": self.library.search(kind, probe, templates),
-            **{name: self.query(f"SELECT {text} FROM {table}", probe) for name, text in {
-                "vxm_search": f"vxm_search(%(probe)b, id, template, {LEVEL}, false, true)",
-                "vxm_matches": f"count(*) FILTER (WHERE vxm_matches(%(probe)b, template, {LEVEL}))",
-                "vxm_score": "count(*) FILTER (WHERE vxm_score(%(probe)b, template) > 0.9)",
-                "vxm_valid": "count(*) FILTER (WHERE NOT vxm_valid(template))",
-                "vxm_info": "count(*) FILTER (WHERE (vxm_info(template)).minutiae < 0)",
-                "length": "count(*) FILTER (WHERE length(template) < 0)"}.items()}})
+            "fast": library.search(kind, probe, templates, True),
+            "normal": library.search(kind, probe, templates, False),
+            "full": library.verify(kind, probe, templates, True),
+            "calls": library.verify(kind, probe, templates, False),
+            **{name: self.query(f"SELECT {text} FROM {table}", probe)
+               for name, text in queries.items()}})
+        times["full"] -= times.pop("calls")
         for name, seconds in times.items():
-            over = f"{seconds / times['library'] - 1:+8.1%}" if name != "library" else ""
-            print(f"  {name:14}{seconds / len(templates) * 1e6:8.2f} us{over}")
+            function, _, mode = name.partition(", ")
+            over = f"{seconds / times[mode] - 1:+8.1%}" if mode else ""
+            label = f"vxm_{function.rstrip(',')}" if name in queries else f"library, {name}"
+            print(f"  {label:22}{mode:8}{seconds / len(templates) * 1e6:8.2f} us{over}")
 
     def storage_costs(self, probe: bytes, templates: list[bytes]) -> None:
         """Of native templates that are longer than PostgreSQL leaves alone."""
@@ -126,39 +165,84 @@ class Bench:
             self.session.execute(f"DROP TABLE {table}")
 
     def speed_up(self, table: str, probe: bytes) -> None:
-        text = f"SELECT vxm_search(%(probe)b, id, template, {LEVEL}, false, true) FROM {table}"
+        for function, settings in (("vxm_search", f"{LEVEL}, false, true"), ("vxm_best", "3")):
+            text = f"SELECT {function}(%(probe)b, id, template, {settings}) FROM {table}"
 
-        def with_workers(count: int) -> Callable[[], object]:
-            def run() -> None:
-                self.session.execute(f"SET max_parallel_workers_per_gather = {count}")
-                self.query(text, probe)()
-            return run
+            def with_workers(count: int, text: str = text) -> Callable[[], object]:
+                def run() -> None:
+                    self.session.execute(f"SET max_parallel_workers_per_gather = {count}")
+                    self.query(text, probe)()
+                return run
 
-        times = best_times(self.rounds * 3, time.perf_counter,
-                           {"1": with_workers(0), "2": with_workers(1)})
+            times = best_times(self.rounds * 3, time.perf_counter,
+                               {"1": with_workers(0), "2": with_workers(1)})
+            print(f"  {function}: 1 process {times['1']:.3f} s, 2 processes {times['2']:.3f} s: "
+                  f"{times['1'] / times['2']:.2f} x")
         self.session.execute("SET max_parallel_workers_per_gather = 0")
-        print(f"  1 process {times['1']:.3f} s, 2 processes {times['2']:.3f} s: "
-              f"{times['1'] / times['2']:.2f} x")
 
     def two_servers(self, cluster: Cluster, probe: bytes, templates: list[bytes]) -> None:
+        """Searches of both parts, and what it takes to fill them through the front."""
         self.session.execute("CREATE EXTENSION postgres_fdw; "
                              "CREATE TABLE whole (id text, template bytea) PARTITION BY HASH (id)")
         for part in (0, 1):
             with cluster.connect(1 + part) as remote:
-                remote.execute("CREATE EXTENSION vxmkit")
+                remote.execute("CREATE EXTENSION vxmkit; CREATE TABLE new (id text, template bytea)")
                 Bench(remote, self.library, 0).fill("part", templates)
             self.session.execute(
                 f"CREATE SERVER s{part} FOREIGN DATA WRAPPER postgres_fdw OPTIONS (host "
                 f"'{cluster.folder}', port '{5433 + part}', dbname 'postgres', extensions 'vxmkit', "
                 f"async_capable 'true'); CREATE USER MAPPING FOR postgres SERVER s{part}; "
                 f"CREATE FOREIGN TABLE part{part} PARTITION OF whole FOR VALUES WITH (MODULUS 2, "
-                f"REMAINDER {part}) SERVER s{part} OPTIONS (table_name 'part')")
-        times = best_times(self.rounds * 3, time.perf_counter, {
-            table: self.query(
-                f"SELECT count(id) FROM {table} WHERE vxm_matches(%(probe)b, template, {LEVEL})", probe)
-            for table in ("part0", "whole")})
-        print(f"two servers with {len(templates)} native templates each\n  one {times['part0']:.3f} s, "
-              f"both {times['whole']:.3f} s: {2 * times['part0'] / times['whole']:.2f} x")
+                f"REMAINDER {part}) SERVER s{part} OPTIONS (table_name 'part'); "
+                f"CREATE FOREIGN TABLE new{part} (id text, template bytea) SERVER s{part} "
+                "OPTIONS (table_name 'new')")
+        self.session.execute("SET plan_cache_mode = force_generic_plan")
+        condition = f"WHERE vxm_matches(%(probe)b, template, {LEVEL})"
+        best = "SELECT vxm_best(%(probe)b, id, template, 3) FROM"
+        times = best_times(self.rounds, time.perf_counter, {
+            name: self.query(text, probe) for name, text in {
+                "one part by predicate": f"SELECT count(id) FROM part0 {condition}",
+                "both parts by predicate": f"SELECT count(id) FROM whole {condition}",
+                "both parts, best of each": f"SELECT count(*) FROM ({best} part0 UNION ALL "
+                                            f"{best} part1) AS parts",
+                "best of the whole": f"{best} whole"}.items()})
+        self.session.execute("ALTER SERVER s0 OPTIONS (ADD fetch_size '10000'); "
+                             "ALTER SERVER s1 OPTIONS (ADD fetch_size '10000')")
+        times |= best_times(self.rounds, time.perf_counter, {
+            "the same, fetch_size 10000": self.query(f"{best} whole", probe)})
+        print(f"two servers with {len(templates)} native templates each")
+        for name, seconds in times.items():
+            print(f"  {name:30}{seconds:8.3f} s")
+        new = templates[:10000]
+
+        def insert() -> None:
+            with self.session.transaction():
+                self.session.execute(
+                    "INSERT INTO new0 SELECT n, t FROM unnest(%b::bytea[]) WITH ORDINALITY AS u (t, n)",
+                    [new])
+
+        def copy() -> None:
+            with self.session.cursor().copy("COPY new0 FROM STDIN") as rows:
+                for number, template in enumerate(new):
+                    rows.write_row((str(number), template))
+
+        def copy_there() -> None:
+            with cluster.connect(1) as remote, remote.cursor().copy("COPY new FROM STDIN") as rows:
+                for number, template in enumerate(new):
+                    rows.write_row((str(number), template))
+
+        times = best_times(self.rounds, time.perf_counter, {
+            "INSERT": insert, "COPY": copy, "COPY on the server itself": copy_there})
+        self.session.execute("ALTER SERVER s0 OPTIONS (ADD batch_size '1000')")
+        times |= best_times(self.rounds, time.perf_counter, {
+            "INSERT, batch_size 1000": insert, "COPY, batch_size 1000": copy})
+        for name, seconds in times.items():
+            print(f"  {name:30}{seconds / len(new) * 1e6:8.1f} us a row")
+
+
+def private_memory(pid: int) -> int:
+    text = Path(f"/proc/{pid}/smaps_rollup").read_text()
+    return sum(int(line.split()[1]) for line in text.splitlines() if line.startswith("Private_Dirty"))
 
 
 def first_use(cluster: Cluster, probe: bytes) -> None:
@@ -170,7 +254,12 @@ def first_use(cluster: Cluster, probe: bytes) -> None:
 
     times = best_times(20, time.perf_counter, {
         "connect": connect_and("SELECT %(probe)b"), "use": connect_and("SELECT vxm_valid(%(probe)b)")})
-    print(f"first use in a session: {(times['use'] - times['connect']) * 1e3:.1f} ms")
+    print(f"first use in a session: {(times['use'] - times['connect']) * 1e3:.1f} ms", end="")
+    with cluster.connect() as session:
+        session.execute("SELECT %(probe)b", {"probe": probe})
+        before = private_memory(session.info.backend_pid)
+        session.execute("SELECT vxm_score(%(probe)b, %(probe)b)", {"probe": probe})
+        print(f", {(private_memory(session.info.backend_pid) - before) / 1024:.1f} MB")
 
 
 def main() -> None:
