@@ -9,9 +9,12 @@ void AddInfo(CLI::App& program, int& exitCode);
 void AddSynth(CLI::App& program, int& exitCode);
 void AddRotate(CLI::App& program, int& exitCode);
 void AddIdentify(CLI::App& program, int& exitCode);
+void AddCompletion(CLI::App& program, int& exitCode);
 
 // Those of galleries: none in a build without SQLite.
 void AddGalleryCommands(CLI::App& program, int& exitCode);
 void AddEnroll(CLI::App& program, int& exitCode);
+void AddCheck(CLI::App& program, int& exitCode);
+void AddExport(CLI::App& program, int& exitCode);
 void AddList(CLI::App& program, int& exitCode);
 void AddRemove(CLI::App& program, int& exitCode);

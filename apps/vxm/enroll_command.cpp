@@ -132,7 +132,8 @@ void AddEnroll(CLI::App& program, int& exitCode) {
   command->footer(
       "GALLERY is made if it is missing, for its owner alone to read. Of each id it takes one\n"
       "template a format. Either all files are enrolled or, after any error, none.\n"
-      "Exit codes: 0 done, 2 error, 3 stopped by Ctrl-C.");
+      "Exit codes: 0 done, 2 error, 3 stopped by Ctrl-C.\n"
+      "Example: vxm enroll people.db fingers/*_1.vxt --note 'desk 4'");
   auto options = std::make_shared<EnrollOptions>();
   command->add_option("GALLERY", options->gallery, "Gallery file")->required();
   command->add_option("FILE", options->files, "Template files, or folders of them")->required();

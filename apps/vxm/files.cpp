@@ -88,7 +88,7 @@ void ReplaceTarget(const std::string& name, const Bytes& bytes, Readers readers,
   if (file == nullptr) throw Failure(name + ": cannot be written: " + ErrnoText());
   if (exists) TakeRights(file.get(), target);
   try {
-    WriteAndClose(std::move(file), name, bytes, true);
+    WriteAndClose(std::move(file), name, bytes, exists);  // then there is something to lose
     const std::error_code fault = MoveOver(unfinished, target);
     if (fault) throw Failure(name + ": cannot be written: " + fault.message());
   } catch (const Failure&) {
@@ -122,6 +122,10 @@ Bytes ReadStart(const std::string& name) {
   if (std::ferror(file.get()) != 0) throw FileFailure(name, "cannot be read: " + ErrnoText());
   if (bytes.empty()) throw FileFailure(name, emptyFile);
   return bytes;
+}
+
+void WriteNewFile(const std::string& name, const Bytes& bytes) {
+  WriteThrough(CreateFileAnew(name, Readers::all), name, bytes);
 }
 
 void ReplaceFile(const std::string& name, const Bytes& bytes, Readers readers) {

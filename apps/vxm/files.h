@@ -23,6 +23,9 @@ constexpr const char* emptyFile = "is empty";
 // largest size. Fails for an empty file.
 Bytes ReadStart(const std::string& name);
 
+// A file that nobody else knows yet, so it need not be put on the disk at once.
+void WriteNewFile(const std::string& name, const Bytes& bytes);
+
 // Writes beside the file, flushes, and puts the new one in the place of what was
 // there: that is replaced as a whole or not at all. Devices, pipes and standard output
 // are written to.

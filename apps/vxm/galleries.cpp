@@ -5,4 +5,6 @@ void AddGalleryCommands(CLI::App& program, int& exitCode) {
   AddEnroll(program, exitCode);
   AddList(program, exitCode);
   AddRemove(program, exitCode);
+  AddExport(program, exitCode);
+  AddCheck(program, exitCode);
 }

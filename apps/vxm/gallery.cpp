@@ -2,6 +2,7 @@
 #include "gallery.h"
 
 #include <memory>
+#include <string_view>
 #include <unordered_set>
 
 #include "failure.h"
@@ -97,7 +98,7 @@ class Loader {
 
 // SQLite's files beside a gallery, which come and go with its changes.
 bool IsBesideGallery(const std::string& name) {
-  for (const std::string suffix : {"-journal", "-wal", "-shm"}) {
+  for (const std::string_view suffix : {"-journal", "-wal", "-shm"}) {
     const size_t length = name.size() - std::min(name.size(), suffix.size());
     std::error_code fault;
     if (name.compare(length, suffix.size(), suffix) == 0 &&

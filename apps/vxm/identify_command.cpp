@@ -1,6 +1,7 @@
 // vxm identify: which template of a gallery comes from the probe's finger?
 #include <algorithm>
 #include <chrono>
+#include <climits>
 #include <cstdio>
 #include <memory>
 #include <numeric>
@@ -16,6 +17,7 @@
 #include "named_template.h"
 #include "program.h"
 #include "progress.h"
+#include "usage.h"
 
 namespace {
 
@@ -279,19 +281,16 @@ void AddIdentify(CLI::App& program, int& exitCode) {
       "The first match ends the search; it need not be the best one.\n"
       "Of each id, or name without suffix, the template of PROBE's format is compared.\n"
       "Exit codes: 0 match, 1 no match and all compared, 2 error, 3 stopped by Ctrl-C or the time\n"
-      "limit, 4 something was not compared, and is named.");
+      "limit, 4 something was not compared, and is named.\n"
+      "Example: vxm identify probe.vxt people.db visitors/ --level 5");
   auto options = std::make_shared<IdentifyOptions>();
   command->add_option("PROBE", options->probe, "Template file, or GALLERY:ID")->required();
   command->add_option("GALLERY", options->gallery, "Galleries, template files, and folders of both")
       ->required();
-  command->add_option("--level", options->level, "Security level")
-      ->check(CLI::Range(1, 7))
-      ->capture_default_str();
-  command->add_option("--timeout", options->timeout, "Time limit in ms, 0 for none")
-      ->capture_default_str();
-  auto* threads = command->add_option("--threads", options->threads, "1 or 2")
-                      ->check(CLI::Range(1, 2))
-                      ->capture_default_str();
+  AddLevel(*command, options->level);
+  AddNumber(*command, "--timeout", options->timeout, 0, UINT_MAX, "Time limit in ms, 0 for none");
+  auto* threads =
+      AddNumber(*command, "--threads", options->threads, 1, 2, "Threads")->type_name("1|2");
   command->add_flag("--retry-turned", options->retryTurned,
                     "If there is no match, search again with PROBE turned by 180 degrees");
   auto* normalMode =

@@ -112,7 +112,9 @@ int Info(const InfoOptions& options) {
 
 void AddInfo(CLI::App& program, int& exitCode) {
   auto* command = program.add_subcommand("info", "Show what template files hold");
-  command->footer("Exit codes: 0 all are valid, 2 some are not.");
+  command->footer(
+      "Exit codes: 0 all are valid, 2 some are not.\n"
+      "Example: vxm info probe.vxt people.db people.db:042_1");
   auto options = std::make_shared<InfoOptions>();
   command->add_option("FILE", options->files, "Template files, galleries, GALLERY:ID")->required();
   command->add_flag("--json", options->json, "Print JSON");

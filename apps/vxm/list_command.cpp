@@ -49,7 +49,8 @@ void AddList(CLI::App& program, int& exitCode) {
       "A line a template, in the order of enrolment: id, format, size, note and time\nof "
       "enrolment, parted "
       "by tabs; control characters are shown as \\n, \\t, \\x1b.\n"
-      "Exit codes: 0 done, 2 error, 3 stopped by Ctrl-C, 4 some templates are damaged.");
+      "Exit codes: 0 done, 2 error, 3 stopped by Ctrl-C, 4 some templates are damaged.\n"
+      "Example: vxm list people.db");
   auto options = std::make_shared<ListOptions>();
   command->add_option("GALLERY", options->gallery, "Gallery file")->required();
   command->add_flag("--json", options->json, "Print JSON");

@@ -25,6 +25,7 @@ int Run(int argc, char** argv) {
   AddGalleryCommands(program, exitCode);
   AddRotate(program, exitCode);
   AddSynth(program, exitCode);
+  AddCompletion(program, exitCode);
   return ParseAndRun(program, argc, argv, exitCode);
 }
 

@@ -37,7 +37,8 @@ void AddRemove(CLI::App& program, int& exitCode) {
   auto* command = program.add_subcommand("remove", "Remove templates from a gallery file");
   command->footer(
       "Removes the templates of an id in every format. After any error GALLERY is as it was.\n"
-      "Exit codes: 0 done, 2 error, 3 stopped by Ctrl-C.");
+      "Exit codes: 0 done, 2 error, 3 stopped by Ctrl-C.\n"
+      "Example: vxm remove people.db 042_1");
   auto options = std::make_shared<RemoveOptions>();
   command->add_option("GALLERY", options->gallery, "Gallery file")->required();
   command->add_option("ID", options->ids, "What to remove")->required();

@@ -75,7 +75,9 @@ int Rotate(const RotateOptions& options) {
 
 void AddRotate(CLI::App& program, int& exitCode) {
   auto* command = program.add_subcommand("rotate", "Turn a template by 180 degrees");
-  command->footer("Exit codes: 0 done, 2 error.");
+  command->footer(
+      "Exit codes: 0 done, 2 error.\n"
+      "Example: vxm rotate probe.vxt turned.vxt");
   auto options = std::make_shared<RotateOptions>();
   command->add_option("IN", options->input, "Template file, or GALLERY:ID")->required();
   command->add_option("OUT", options->output, "File to write; may be IN")->required();

@@ -1,6 +1,5 @@
 // vxm synth: templates of made-up fingers, the same for the same arguments on
 // every system.
-#include <cstdio>
 #include <map>
 #include <memory>
 
@@ -9,6 +8,7 @@
 #include "files.h"
 #include "progress.h"
 #include "synth.h"
+#include "usage.h"
 
 namespace {
 
@@ -44,11 +44,54 @@ std::string FileStem(const SynthOptions& options, int finger, int impression) {
   return padded(finger, options.fingers, 3) + "_" + padded(impression, options.impressions, 1);
 }
 
+// Files made beside their folder or in a corner of it. They come to their names when
+// all are there; before, they go again with what holds them.
+class UnfinishedFiles {
+ public:
+  explicit UnfinishedFiles(std::string folder) : folder_(std::move(folder)) {
+    std::error_code fault;
+    folderWasThere_ = KindOf(folder_, fault) == FileKind::folder;
+    if (!folderWasThere_) MakeFolder(FolderOf(folder_));
+    work_ = UnfinishedName(folderWasThere_ ? InFolder(folder_, "any") : folder_);
+    MakeFolder(work_);
+  }
+  ~UnfinishedFiles() {
+    for (const std::string& name : names_) RemoveFile(InFolder(work_, name));
+    RemoveEmptyFolder(work_);
+  }
+  UnfinishedFiles(const UnfinishedFiles&) = delete;
+  UnfinishedFiles& operator=(const UnfinishedFiles&) = delete;
+
+  void Add(const std::string& name, const Bytes& bytes) {
+    names_.push_back(name);
+    WriteNewFile(InFolder(work_, name), bytes);
+  }
+
+  void Finish() {
+    if (!folderWasThere_) {
+      Move(work_, folder_);
+      names_.clear();
+    }
+    for (const std::string& name : names_) Move(InFolder(work_, name), InFolder(folder_, name));
+  }
+
+ private:
+  static void Move(const std::string& from, const std::string& to) {
+    const std::error_code fault = MoveOver(from, to);
+    if (fault) throw Failure(to + ": cannot be made: " + fault.message());
+  }
+
+  std::string folder_;
+  bool folderWasThere_ = false;
+  std::string work_;
+  std::vector<std::string> names_;
+};
+
 void WriteImpression(const SynthOptions& options, const std::string& stem,
-                     const vxmsynth::Impression& impression) {
+                     const vxmsynth::Impression& impression, UnfinishedFiles& files) {
   const auto write = [&](Output format, const char* extension, const Bytes& bytes) {
     if (options.format == format || options.format == Output::all) {
-      ReplaceFile(stem + extension, bytes);
+      files.Add(stem + extension, bytes);
     }
   };
   write(Output::native, ".vxt", EncodeNative(impression, options.form));
@@ -57,7 +100,8 @@ void WriteImpression(const SynthOptions& options, const std::string& stem,
 }
 
 int Synth(const SynthOptions& options) {
-  MakeFolder(options.folder);
+  const StopCheck stop;
+  UnfinishedFiles files(options.folder);
   const auto total =
       static_cast<size_t>(options.fingers) * static_cast<size_t>(options.impressions);
   Progress progress("making templates", total);
@@ -65,13 +109,15 @@ int Synth(const SynthOptions& options) {
     const uint64_t seed = vxmsynth::DeriveSeed(options.seed, static_cast<uint64_t>(f));
     const vxmsynth::Finger finger = vxmsynth::MakeFinger(seed);
     for (int i = 1; i <= options.impressions; ++i) {
+      stop.Here();
       vxmsynth::Impression impression =
           MakeImpression(finger, static_cast<uint64_t>(i), options.settings);
       if (options.turned) impression = TurnImpression(impression);
-      WriteImpression(options, options.folder + "/" + FileStem(options, f, i), impression);
+      WriteImpression(options, FileStem(options, f, i), impression, files);
       progress.Step();
     }
   }
+  files.Finish();
   return ExitCode::success;
 }
 
@@ -81,30 +127,27 @@ void AddSynth(CLI::App& program, int& exitCode) {
   auto* command = program.add_subcommand("synth", "Make templates of made-up fingers");
   command->footer(
       "Writes FINGER_IMPRESSION with .vxt (native), .iso or .ansi into OUTDIR, which is made if "
-      "missing;\nfiles of these names are replaced. The same arguments give the same bytes "
-      "everywhere.\nExit codes: 0 done, 2 error.");
+      "missing;\nfiles of these names are replaced, all of them or, after an error or Ctrl-C, "
+      "none. "
+      "The same\narguments give the same bytes everywhere.\n"
+      "Exit codes: 0 done, 2 error, 3 stopped by Ctrl-C.\n"
+      "Example: vxm synth fingers --fingers 100 --impressions 2 --seed 7");
   auto options = std::make_shared<SynthOptions>();
-  const auto number = [&](const char* name, int& value, int low, int high, const char* text) {
-    command->add_option(name, value, text)->check(CLI::Range(low, high))->capture_default_str();
-  };
   command->add_option("OUTDIR", options->folder, "Folder to write to")->required();
-  number("--fingers", options->fingers, 1, 1000000, "Number of fingers");
-  number("--impressions", options->impressions, 1, 1000, "Impressions of each finger");
-  command->add_option("--seed", options->seed, "What to draw from")->capture_default_str();
-  command->add_option("--format", options->format, "native, iso, ansi or all (default native)")
-      ->transform(CLI::Transformer(outputs).description(""))
-      ->type_name("NAME");
-  command
-      ->add_option("--form", options->form,
-                   "Of native templates: full-bytes, full-codes, short-bytes or short-codes: "
-                   "size of records and of map blocks (default full-bytes)")
-      ->transform(CLI::Transformer(forms).description(""))
-      ->type_name("NAME");
+  AddNumber(*command, "--fingers", options->fingers, 1, 1000000, "Number of fingers");
+  AddNumber(*command, "--impressions", options->impressions, 1, 1000, "Impressions of each finger");
+  AddNumber(*command, "--seed", options->seed, 0, UINT64_MAX, "What to draw from");
+  AddName(*command, "--format", options->format, outputs, "Formats to write (default native)");
+  AddName(*command, "--form", options->form, forms,
+          "Of native templates: size of records and of map blocks (default full-bytes)");
   vxmsynth::ImpressionSettings& settings = options->settings;
-  number("--rotation", settings.rotation, -180, 180, "Degrees that every impression is turned by");
-  number("--max-rotation", settings.maxRotation, 0, 180, "Further degrees at most, either way");
-  number("--max-shift", settings.maxShift, 0, 200, "Shift at most, in pixels");
-  number("--area", settings.areaPercent, 10, 200, "Contact area's side lengths in percent");
+  AddNumber(*command, "--rotation", settings.rotation, -180, 180,
+            "Degrees that every impression is turned by");
+  AddNumber(*command, "--max-rotation", settings.maxRotation, 0, 180,
+            "Further degrees at most, either way");
+  AddNumber(*command, "--max-shift", settings.maxShift, 0, 200, "Shift at most, in pixels");
+  AddNumber(*command, "--area", settings.areaPercent, 10, 200,
+            "Contact area's side lengths in percent");
   command->add_flag("--turned", options->turned, "Turn every impression by exactly 180 degrees");
   command->callback([options, &exitCode] { exitCode = Synth(*options); });
 }

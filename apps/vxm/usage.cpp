@@ -77,7 +77,7 @@ std::string EarlyFault(const CLI::App& program, const std::vector<std::string>& 
 std::string FaultText(const CLI::App& command, const CLI::ParseError& error,
                       const std::vector<std::string>& arguments) {
   const std::vector<std::string> options = OptionNames(command);
-  if (error.get_name() == "ExtrasError") {
+  if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError)) {
     for (const std::string& argument : arguments) {
       const std::string name = argument.substr(0, argument.find('='));
       if (name.rfind("--", 0) != 0 || std::count(options.begin(), options.end(), name) != 0)
@@ -139,4 +139,8 @@ CLI::Validator WholeNumber(int64_t low, uint64_t high) {
         return std::string();
       },
       "");
+}
+
+void AddLevel(CLI::App& command, int& level) {
+  AddNumber(command, "--level", level, 1, 7, "Security level")->type_name("1|2|3|4|5|6|7");
 }

@@ -9,20 +9,36 @@
 // become a message of the program with the way to its help.
 int ParseAndRun(CLI::App& program, int argc, char** argv, const int& exitCode);
 
-// Of an option that takes a whole number in decimal digits.
+// A whole number in decimal digits.
 CLI::Validator WholeNumber(int64_t low, uint64_t high);
 
-// Of an option that takes one of the names, which are listed where the value is wrong.
-template <typename Value>
-CLI::Validator OneOf(const std::map<std::string, Value>& values) {
-  std::string names;
-  for (const auto& [name, value] : values) names += (names.empty() ? "" : ", ") + name;
-  return CLI::Validator(
-      [values, names](std::string& text) {
-        const auto found = values.find(text);
-        if (found == values.end()) return "'" + text + "' is none of " + names;
-        text = std::to_string(static_cast<int>(found->second));
-        return std::string();
-      },
-      "");
+// An option of one. The values that are wrong learn the range.
+template <typename Number>
+CLI::Option* AddNumber(CLI::App& command, const std::string& name, Number& value, int64_t low,
+                       uint64_t high, const std::string& text) {
+  return command.add_option(name, value, text)
+      ->transform(WholeNumber(low, high))
+      ->type_name("N")
+      ->capture_default_str();
 }
+
+// An option that takes one of the names, which are its type and stand in the message of
+// a wrong one.
+template <typename Value>
+CLI::Option* AddName(CLI::App& command, const std::string& name, Value& value,
+                     const std::map<std::string, Value>& values, const std::string& text) {
+  std::string names;
+  for (const auto& [each, meaning] : values) names += (names.empty() ? "" : "|") + each;
+  const auto toNumber = [values, names](std::string& given) {
+    const auto found = values.find(given);
+    if (found == values.end()) return "'" + given + "' is none of " + names;
+    given = std::to_string(static_cast<int>(found->second));
+    return std::string();
+  };
+  return command.add_option(name, value, text)
+      ->transform(CLI::Validator(toNumber, ""))
+      ->type_name(names);
+}
+
+// The option --level: 1 to 7.
+void AddLevel(CLI::App& command, int& level);

@@ -7,6 +7,7 @@
 #include "json_output.h"
 #include "matcher_owner.h"
 #include "named_template.h"
+#include "usage.h"
 
 namespace {
 
@@ -73,13 +74,13 @@ int Verify(const VerifyOptions& options) {
 
 void AddVerify(CLI::App& program, int& exitCode) {
   auto* command = program.add_subcommand("verify", "Compare two templates of one format");
-  command->footer("Exit codes: 0 match, 1 no match, 2 error, 4 not compared: too few minutiae.");
+  command->footer(
+      "Exit codes: 0 match, 1 no match, 2 error, 4 not compared: too few minutiae.\n"
+      "Example: vxm verify probe.vxt people.db:042_1");
   auto options = std::make_shared<VerifyOptions>();
   command->add_option("A", options->first, "Template file, or GALLERY:ID")->required();
   command->add_option("B", options->second, "Template file, or GALLERY:ID")->required();
-  command->add_option("--level", options->level, "Security level")
-      ->check(CLI::Range(1, 7))
-      ->capture_default_str();
+  AddLevel(*command, options->level);
   command->add_flag("--retry-turned", options->retryTurned,
                     "If there is no match, compare with A turned by 180 degrees");
   command->add_flag("--json", options->json, "Print JSON");

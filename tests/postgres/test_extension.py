@@ -233,7 +233,7 @@ class OneServer(unittest.TestCase):
         (source / "large").write_bytes(bytes(70000))
         (source / "gone").symlink_to("nowhere")
         first = load(source, self.dsn)
-        self.assertEqual(first.returncode, 1)
+        self.assertEqual(first.returncode, 4)
         self.assertEqual(first.stdout, "1 added, 0 already there, 3 refused\n")
         self.assertEqual(sorted(first.stderr.splitlines()),
                          ["cut.iso: is not a valid template", "gone: No such file or directory",

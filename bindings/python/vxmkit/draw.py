@@ -31,6 +31,7 @@ except ModuleNotFoundError as missing:
 from math import cos, radians, sin
 
 from .explain import ExplainError, explain
+from .host_program import DONE, run_program
 
 BLOCK = 16  # pixels
 _TAIL = 13  # length of a minutia's direction, pixels
@@ -174,10 +175,10 @@ def draw_pair(told: dict[str, Any]) -> Figure:
     return figure
 
 
-def main(arguments: Sequence[str] | None = None) -> int:
+def _draw(arguments: Sequence[str] | None) -> int:
     parser = argparse.ArgumentParser(prog="python3 -m vxmkit.draw", description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter,
-                                     epilog="Exit codes: 0 done, 2 error.")
+                                     epilog="Exit codes: 0 done, 2 error, 3 stopped by Ctrl-C.")
     parser.add_argument("probe", type=Path, metavar="TEMPLATE")
     parser.add_argument("candidate", type=Path, nargs="?", metavar="CANDIDATE",
                         help="a second template, to be compared with the first")
@@ -185,16 +186,16 @@ def main(arguments: Sequence[str] | None = None) -> int:
     options = parser.parse_args(arguments)
     if options.out.suffix not in _SUFFIXES:
         parser.error(f"{options.out}: the suffix must be one of {', '.join(_SUFFIXES)}")
-    try:
-        if options.candidate is None:
-            figure = draw_one(explain([options.probe]))
-        else:
-            figure = draw_pair(explain([options.probe, options.candidate]))
-        save(figure, options.out)
-    except (ExplainError, OSError) as error:
-        print(f"vxmkit.draw: {error}", file=sys.stderr)
-        return 2
-    return 0
+    if options.candidate is None:
+        figure = draw_one(explain([options.probe]))
+    else:
+        figure = draw_pair(explain([options.probe, options.candidate]))
+    save(figure, options.out)
+    return DONE
+
+
+def main(arguments: Sequence[str] | None = None) -> int:
+    return run_program("vxmkit.draw", lambda: _draw(arguments), (ExplainError, OSError))
 
 
 if __name__ == "__main__":

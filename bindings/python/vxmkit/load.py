@@ -10,7 +10,8 @@ transaction; ids that are in already are passed over, so a load that ended early
 goes on where it stopped when it is started again. Invalid templates are refused,
 named on standard error, and do not stop the rest.
 
-Exit codes: 0 all templates are in, 1 some were refused, 2 the load could not go on.
+Exit codes: 0 all templates are in, 2 the load could not go on, 3 it was stopped by Ctrl-C,
+4 some templates were refused, and are named.
 """
 
 import argparse
@@ -25,6 +26,8 @@ from typing import NamedTuple
 import psycopg
 from psycopg import sql
 from tqdm import tqdm
+
+from .host_program import DONE, LEFT_OUT, run_program
 
 LARGEST_TEMPLATE = 65535
 
@@ -155,10 +158,11 @@ def load(source: Source, server: psycopg.Connection, table: sql.Identifier, batc
     return refused
 
 
-def main() -> int:
+def copy_all() -> int:
     parser = argparse.ArgumentParser(
         prog="vxmkit.load", description="Copy templates into a table of PostgreSQL.",
-        epilog="Exit codes: 0 all templates are in, 1 some were refused, 2 the load could not go on.")
+        epilog="Exit codes: 0 all templates are in, 2 the load could not go on, 3 it was stopped by "
+               "Ctrl-C, 4 some were refused.")
     parser.add_argument("source", type=Path, help="folder of template files, or SQLite gallery")
     parser.add_argument("dsn", help="database to load into, such as 'host=db1 dbname=gallery'")
     parser.add_argument("--table", default="gallery", help="[SCHEMA.]TABLE (default: gallery)")
@@ -170,15 +174,14 @@ def main() -> int:
         source = open_source(options.source)
         with psycopg.connect(options.dsn, autocommit=True) as server:
             table = sql.Identifier(*options.table.split("."))
-            return 1 if load(source, server, table, options.batch) else 0
+            return LEFT_OUT if load(source, server, table, options.batch) else DONE
     except psycopg.errors.UndefinedFunction:
-        problem = "the database has no extension vxmkit: CREATE EXTENSION vxmkit"
-    except (Failure, psycopg.Error, sqlite3.Error, UnicodeError) as error:
-        problem = str(error).strip()
-    except KeyboardInterrupt:
-        problem = "interrupted; start again to go on"
-    print(f"vxmkit.load: {problem}", file=sys.stderr)
-    return 2
+        raise Failure("the database has no extension vxmkit: CREATE EXTENSION vxmkit") from None
+
+
+def main() -> int:
+    return run_program("vxmkit.load", copy_all,
+                       (Failure, psycopg.Error, sqlite3.Error, UnicodeError, OSError))
 
 
 if __name__ == "__main__":
