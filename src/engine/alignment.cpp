@@ -53,6 +53,12 @@ struct AttemptList {
 // Lists the attempts of the first seeds from `first` on until there are some; answers
 // with which seed to go on. Nothing branches on what fits, since it could not be
 // foretold.
+//
+// Two seeds make an attempt only when they fit each other. Listing may name some that do
+// not, since it compares turns and the squares of distances with room for rounding, but
+// leaves out none that do (KernelsTest.AllFormsAgree); SeedsAgree decides. That attempts
+// are listed before earlier ones are made changes nothing: whether a first seed still has
+// its turn is asked when its first attempt comes up.
 int ListAttempts(const EngineContext& context, int first, int firstCount, int secondCount,
                  AttemptList& list) {
   const Kernels& kernels = *context.kernels;
@@ -149,9 +155,19 @@ int64_t BothPasses(const EngineContext& context, const Attempt& attempt) {
 
 // Whether any alignment may lead to passes whose scores add up to this.
 //
-// Both passes weigh the same pairings over the same overlap, the first with the most
-// support, the second without. So their scores are not above that of pairings that
-// weigh the root of both squares; more is known when it is known what pairs.
+// A search asks only whether a score reaches what it needs (`neededScore`), which for
+// nearly all impostors it does not. Both passes weigh the same pairings over the same
+// overlap, the first with at most the most support, the second with none. So their
+// scores add up to no more than that of one pass in which each pairing weighs the root
+// of both squares: `percent` of the largest weight. That is the bar here. When it is
+// known what pairs, so is most of what the first pass makes of it (BothPasses).
+//
+// How many pairings the best attempt has decides which seeds the true search still tries.
+// Here none is ever kept, so every attempt that it could make is tried, and none is
+// missed. Where one passes the bar, all is made again, exactly.
+//
+// StagedKnownAnswerTest asks each known pair for its own score and for one more;
+// SearchTest holds every search to the scores.
 bool MayAddUpTo(EngineContext& context, int minOverlap, int norm, int sum) {
   constexpr int percent = 155;
   constexpr int supported = 100 * EngineParams::maxSupport / 1024 + 1;

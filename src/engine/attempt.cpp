@@ -41,6 +41,9 @@ bool RidgesAgree(const EngineContext& context, int theta, Correspondence second)
          difference > 180 - EngineParams::orientationTolerance;
 }
 
+// Whether a correspondence fits beside the first seed is asked only where two minutiae
+// meet, and not of all of them before; the answer depends on the two alone, so it holds
+// for the next attempt with the same first seed.
 bool FitsBesideSeed(const EngineContext& context, FitMemory& memory, Correspondence c) {
   if (memory.asked[c.probe] != c.reference) {
     memory.asked[c.probe] = static_cast<int16_t>(c.reference);
@@ -107,9 +110,17 @@ int Overlap(int onReference, int onProbe, int matched) {
                                               : std::max(onReference, onProbe);
 }
 
-// How many pairings an alignment must have at least to beat the bar, over the least
-// overlap that they can have: each takes a minutia of either print. More pairings never
-// score less, so the search begins at the answer to the last.
+// How many pairings an alignment must have at least to beat the bar.
+//
+// It matters only if it does, and no set of pairings scores more than if each weighed the
+// most and their overlap were the least: of the minutiae on the reference, which are
+// counted, and of those on the probe at least as many as are paired, since each pairing
+// takes one. MayBeat then compares without the divisions, which only make a score less.
+// More pairings never bound it lower: they add more to the square than to the overlap. So
+// there is a least number, and the search for it begins at the answer to the last. The
+// lists of what lies near may end as soon as they cannot reach it.
+//
+// MatchKnownAnswerTest tells the alignment that wins, and ScoreDigestTest many scores.
 int PairingsNeeded(const Bar& bar, int onReference, int minOverlap, int guess) {
   const auto mayBeat = [&](int pairings) {
     return MayBeat(pairings * bar.mostWeight,

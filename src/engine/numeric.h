@@ -48,7 +48,9 @@ constexpr int AngleBetween(int a, int b) {
 // themselves, but for 16 units with each turn that was added or taken away. A
 // degree is so much more that a reach with room for two turns is still exact:
 // whatever sums and differences of angles 0..360 gave the two, they agree within
-// the reach if and only if the degrees agree within the tolerance.
+// the reach if and only if the degrees agree within the tolerance. Native templates can
+// hold larger angles, which do not wrap; those comparisons keep to degrees. Where this
+// were wrong KernelsTest.AllFormsAgree would fail.
 constexpr int turnScale = 182;
 constexpr uint16_t ScaledTurn(int degrees) { return static_cast<uint16_t>(degrees * turnScale); }
 constexpr int ScaledReach(int tolerance) {

@@ -6,7 +6,8 @@
 // tested more strictly. If they were true, another pair of them fits as well;
 // if they came together by chance, none does.
 // Cost: the cube of the number of pairings. All attempts share one divisor, so
-// one whose pairings could not win even if all of them held is skipped.
+// one whose pairings could not win even if all of them held is skipped: the weights
+// beside the first seed are summed once, the second's own taken off, and MayBeat asked.
 #include <algorithm>
 #include <utility>
 

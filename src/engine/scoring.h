@@ -115,7 +115,8 @@ inline int SquareOver(int weight, int divisor) {
 }
 
 // Whether a weight up to this one could score more than `best`. Dividing once, at
-// the end, gives the most, whatever the order above.
+// the end, gives the most, whatever the order above; and a quotient is above `best` when
+// the dividend is at least the divisor times one more. In 64 bits nothing overflows.
 inline bool MayBeat(int weight, int divisor, int best) {
   return int64_t{weight} * weight >= (int64_t{best} + 1) * divisor;
 }

@@ -27,7 +27,9 @@ void SearchAlignment(EngineContext& context, MatchResult& result, int neededSum)
 
 void OrientationConsistency(const EngineContext& context, MatchResult& result);
 
-// At least what the second pass will score.
+// At least what the second pass will score: as if all of the first pass's pairings held
+// but the two lightest, which stand for its seeds. Where that is too little for a search,
+// the pass is not run.
 int MostRefined(const EngineContext& context, const MatchResult& first);
 
 void RefineAlignment(EngineContext& context, const MatchResult& first, MatchResult& second);

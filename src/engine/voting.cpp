@@ -11,12 +11,6 @@
 // Cost: one step for each pair of the reference, in vectors that hold the probe's
 // pairs of similar length, and one for each pair whose angles nearly agree.
 //
-// Pruning. When both templates have many pairs, the longest, which distortion
-// bends most, are left out: the longest length of either side at a time, until
-// the product of the counts is small enough. What is left of the probe's pairs
-// are those below some length. Of the reference's pairs none is barred; but the
-// probe's pairs end to vote where no reference pair below that length is as
-// long, less the tolerance.
 #include <algorithm>
 
 #include "engine/scoring.h"
@@ -46,6 +40,15 @@ void CountLengths(const TemplateGeometry& geometry, LengthCounts& lengths) {
 }
 
 // How many of the probe's pairs, the shortest, may vote.
+//
+// When both templates have many pairs, the longest, which distortion bends most, are
+// left out: the longest length of either side at a time, until the product of the counts
+// is small enough. Whole lengths go, so what is left of the probe's pairs are those
+// below one length, and counts by length find it without sorting the reference's
+// pairs. Of the reference's pairs none is barred; but the probe's pairs end to vote where
+// no reference pair below that length is as long, less the tolerance.
+//
+// MatchKnownAnswerTest and StagedKnownAnswerTest have pairs that are pruned.
 int CountVotingPairs(const EngineContext& context, const MatchLimits& limits) {
   const TemplateGeometry& reference = context.referenceGeometry;
   const PairList& pairs = context.probePairs;
@@ -77,6 +80,16 @@ int CountVotingPairs(const EngineContext& context, const MatchLimits& limits) {
 
 }  // namespace
 
+// Votes are sums, so only the set of agreeing pairs matters, however it is found. The
+// probe's pairs lie by length, so those that can agree with a pair of the reference stand
+// side by side. A vector form looks at one byte of each of their three angles, 32 or 64
+// pairs at a time. Bytes that are farther apart than CoarseReach belong to angles that are
+// farther apart than the tolerance, so no pair that agrees is left out; the few that
+// remain are tested exactly. That the weight of a correspondence is not 0 follows from
+// those tests: its rotation is within one tolerance of the line's, which is within the
+// other. Only the quality does not, and is looked at.
+//
+// KernelsTest.AllFormsAgree fails where this is not so.
 void VotePairs(EngineContext& context, const MatchLimits& limits) {
   std::fill_n(context.votes, context.probeGeometry.count * context.referenceGeometry.count,
               uint16_t{0});
