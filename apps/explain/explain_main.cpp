@@ -7,28 +7,9 @@
 #include "explanation_output.h"
 #include "failure.h"
 #include "program.h"
-#include "templates/load.h"
 #include "usage.h"
 
 namespace {
-
-vxm::TemplateFormat EngineFormat(Format format) {
-  switch (format) {
-    case Format::iso: return vxm::TemplateFormat::iso;
-    case Format::ansi: return vxm::TemplateFormat::ansi;
-    default: return vxm::TemplateFormat::native;
-  }
-}
-
-LoadedFile Load(const std::string& name) {
-  LoadedFile loaded{LoadTemplateFile(name), std::make_unique<vxm::MatchWorkspace>()};
-  const TemplateFile& file = loaded.file;
-  if (LoadTemplate(EngineFormat(file.inspection.format), file.bytes.data(), file.Size(),
-                   *loaded.workspace) != vxm::LoadOutcome::loaded) {
-    throw Failure(name + ": refused by the library");
-  }
-  return loaded;
-}
 
 void ExplainOne(const LoadedFile& only, bool json) {
   if (json) {
@@ -39,14 +20,9 @@ void ExplainOne(const LoadedFile& only, bool json) {
 }
 
 void ExplainTwo(const LoadedFile& probe, const LoadedFile& reference, bool json) {
-  RequireSameFormat(probe.file, reference.file);
-  const bool native = probe.file.inspection.format == Format::native;
-  const Explanation told = Explain(*probe.workspace, *reference.workspace,
-                                   native ? vxm::Scale::native : vxm::Scale::standard);
+  const Explanation told = ExplainFiles(probe, reference);
   if (json) {
-    Json all = {{"probe", TemplateJson(probe)}, {"reference", TemplateJson(reference)}};
-    all.update(ExplanationJson(told));
-    PrintJson(all);
+    PrintJson(ComparisonJson(probe, reference, told));
   } else {
     PrintTemplate(probe);
     PrintTemplate(reference);
@@ -67,9 +43,10 @@ int Run(int argc, char** argv) {
   program.add_flag("--json", json, "Print JSON");
   program.callback([&] {
     if (reference.empty()) {
-      ExplainOne(Load(probe), json);
+      ExplainOne(LoadForEngine(LoadTemplateFile(probe)), json);
     } else {
-      ExplainTwo(Load(probe), Load(reference), json);
+      ExplainTwo(LoadForEngine(LoadTemplateFile(probe)), LoadForEngine(LoadTemplateFile(reference)),
+                 json);
     }
   });
   return ParseAndRun(program, argc, argv, ExitCode::success);

@@ -94,8 +94,10 @@ Json TemplateJson(const LoadedFile& loaded) {
           {"orientation", native ? OrientationJson(workspace) : Json(nullptr)}};
 }
 
-Json ExplanationJson(const Explanation& told) {
-  return {{"candidates", VotedJson(told.candidates)},
+Json ComparisonJson(const LoadedFile& probe, const LoadedFile& reference, const Explanation& told) {
+  return {{"probe", TemplateJson(probe)},
+          {"reference", TemplateJson(reference)},
+          {"candidates", VotedJson(told.candidates)},
           {"seeds", VotedJson(told.seeds)},
           {"overlap", told.overlap},
           {"firstPass", PassJson(told.first)},

@@ -76,6 +76,7 @@ LAWS = (
     Law("apps/", ("apps/", HEADER, RECORDS_HEADER)),
     Law("apps/explain/", ("apps/", "src/")),
     Law("bindings/", ("bindings/", HEADER, RECORDS_HEADER)),
+    Law("bindings/javascript/page/", ("bindings/", "apps/", RECORDS_HEADER)),
     Law("fuzz/", ("fuzz/", "apps/synth/synth.h", HEADER, RECORDS_HEADER)),
     Law("fuzz/fuzz_kernels.cpp", ("fuzz/", "src/engine/kernels/kernels.h")),
     Law("bench/", ("bench/", "src/", "apps/synth/synth.h", HEADER)),
