@@ -226,5 +226,5 @@ test("memory is freed by dispose, by using's method, and after it was forgotten"
       await new Promise((resolve) => setTimeout(resolve, 5));
     }
   }
-  assert.ok(pages() - before < 200 * 3.7e6, `${pages() - before} bytes more`);
+  assert.ok(pages() - before < 200 * 2.3e6, `${pages() - before} bytes more`);
 });

@@ -48,7 +48,7 @@ const PARAMETER_TEXT_SIZE = 32;
  *     using matcher = await Matcher.create({ templateType: TemplateType.ISO19794_2 });
  *     if (matcher.verify(probe, candidate).matched) ...
  *
- * It holds about 3.7 MB until it is disposed of, or some time after it was forgotten.
+ * It holds about 2.3 MB until it is disposed of, or some time after it was forgotten.
  * Templates are only read. Every method may throw a `VxmError` and, after `dispose`, an
  * Error. All calls are synchronous: where a long search must not hold the page up, use a
  * matcher in a worker.
