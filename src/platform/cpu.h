@@ -7,19 +7,22 @@
 #include <intrin.h>
 #endif
 
-// Whether AVX2 and AVX-512 code can be compiled for the processor at all.
-#if defined(__x86_64__) || defined(_M_X64)
-#define VXM_HAVE_AVX
-#endif
-
 namespace vxm::platform {
 
-// Whether the processor runs AVX2 code, with the bit instructions that came with
-// it, and the system keeps its registers.
+// Whether the processor runs code for SSE4 (up to 4.2), and the system keeps its
+// registers.
+bool HasSse4();
+
+// The same for AVX2, with the bit instructions and FMA that came with it.
 bool HasAvx2();
 
-// The same for AVX-512 as servers first had it: F, CD, BW and VL.
+// The same for AVX-512 as servers first had it: F, BW, DQ and VL.
 bool HasAvx512();
+
+// Whether it runs NEON code, which all 64-bit ARM processors do, or WebAssembly's
+// vectors: known when the library is compiled.
+bool HasNeon();
+bool HasWasmVectors();
 
 inline int CountBits(uint64_t bits) {
   bits -= (bits >> 1) & 0x5555555555555555;

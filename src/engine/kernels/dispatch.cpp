@@ -2,30 +2,23 @@
 #include <cstring>
 
 #include "engine/kernels/kernels.h"
-#include "platform/cpu.h"
 
 namespace vxm {
 namespace {
 
-struct Form {
-  const Kernels* kernels;
-  bool (*runs)();
-};
-
-// Best first.
-const Form forms[] = {
-#if defined(VXM_HAVE_AVX)
-    {&avx512Kernels, platform::HasAvx512},
-    {&avx2Kernels, platform::HasAvx2},
-#endif
-    {&scalarKernels, [] { return true; }},
-};
-
 const Kernels* BestKernels() {
-  for (const Form& form : forms) {
-    if (form.runs()) return form.kernels;
+  for (const Kernels* const* form = vectorKernels; *form != nullptr; form++) {
+    if ((*form)->runsHere()) return *form;
   }
   return &scalarKernels;
+}
+
+// The form of that name, or null.
+const Kernels* KernelsNamed(const char* name) {
+  for (const Kernels* const* form = vectorKernels; *form != nullptr; form++) {
+    if (std::strcmp((*form)->name, name) == 0) return *form;
+  }
+  return std::strcmp(scalarKernels.name, name) == 0 ? &scalarKernels : nullptr;
 }
 
 const Kernels*& Active() {
@@ -38,13 +31,11 @@ const Kernels*& Active() {
 const Kernels& ActiveKernels() { return *Active(); }
 
 ForceOutcome ForceKernels(const char* name) {
-  for (const Form& form : forms) {
-    if (std::strcmp(form.kernels->name, name) != 0) continue;
-    if (!form.runs()) return ForceOutcome::notRunHere;
-    Active() = form.kernels;
-    return ForceOutcome::forced;
-  }
-  return ForceOutcome::unknown;
+  const Kernels* kernels = KernelsNamed(name);
+  if (kernels == nullptr) return ForceOutcome::unknown;
+  if (!kernels->runsHere()) return ForceOutcome::notRunHere;
+  Active() = kernels;
+  return ForceOutcome::forced;
 }
 
 }  // namespace vxm

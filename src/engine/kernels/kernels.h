@@ -77,6 +77,7 @@ constexpr int crowdedDistance = 10;
 
 struct Kernels {
   const char* name;
+  bool (*runsHere)();  // whether this processor has the instructions
 
   // Distances and line directions between all minutiae of a template.
   void (*fillPairTables)(TemplateGeometry& geometry);
@@ -126,16 +127,8 @@ struct Kernels {
 };
 
 extern const Kernels scalarKernels;
-#if defined(VXM_HAVE_AVX)
-extern const Kernels avx2Kernels;
-extern const Kernels avx512Kernels;
-
-// What other forms take from this one.
-namespace avx2 {
-int SumHolding(const PairingList& pairings, const Motion& motion, Point shift, int theta);
-BlockCounts CountBlocks(const Area& probe, const Area& reference, int theta, Point shift);
-}  // namespace avx2
-#endif
+// The vector forms that were compiled, best first; null after the last.
+extern const Kernels* const vectorKernels[];
 
 // The best form that the processor runs, or the one that was forced.
 const Kernels& ActiveKernels();

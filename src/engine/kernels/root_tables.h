@@ -13,9 +13,10 @@ namespace vxm {
 // (n * reciprocal[d]) >> 21.
 constexpr int largestLength = 1024;
 
-constexpr std::array<uint32_t, largestLength + 1> MakeReciprocals() {
-  std::array<uint32_t, largestLength + 1> table = {};
-  for (uint32_t d = 1; d <= largestLength; d++) table[d] = ((uint32_t{1} << 31) + d - 1) / d;
+constexpr std::array<int32_t, largestLength + 1> MakeReciprocals() {
+  std::array<int32_t, largestLength + 1> table = {};
+  for (uint32_t d = 1; d <= largestLength; d++)
+    table[d] = static_cast<int32_t>(((uint32_t{1} << 31) + d - 1) / d);
   return table;
 }
 
@@ -25,22 +26,34 @@ constexpr std::array<uint32_t, largestLength + 1> MakeReciprocals() {
 // middle of the step. That product is off by less than one, either way.
 constexpr int secantShift = 8;
 
-constexpr std::array<uint32_t, 1025> MakeLegRatios() {
-  std::array<uint32_t, 1025> table = {};
+constexpr std::array<int32_t, 1025> MakeLegRatios() {
+  std::array<int32_t, 1025> table = {};
   uint64_t secant = 0;
   for (uint64_t k = 0; k <= 1024; k++) {
     const uint64_t square = (2048 * 2048 + (2 * k + 1) * (2 * k + 1)) << 6;
     while ((secant + 1) * (secant + 1) <= square) secant++;
     const auto entry = static_cast<size_t>(k);
-    table[entry] = static_cast<uint32_t>(secant) << secantShift | atanTable[entry];
+    table[entry] = static_cast<int32_t>(secant << secantShift | atanTable[entry]);
   }
   return table;
 }
+
+inline constexpr auto reciprocals = MakeReciprocals();
+inline constexpr auto legRatios = MakeLegRatios();
 
 // Shorter tables of 64 entries, which a vector instruction looks up by itself; what
 // they give is close enough to be put right.
 constexpr int shortTable = 64;
 using ShortTable = std::array<uint16_t, shortTable>;
+
+// By how much numbers are shifted to have their first bit in bit 15; 0 for 0.
+constexpr ShortTable MakeShiftsToTop() {
+  ShortTable table = {};
+  for (size_t k = 1; k < shortTable; k++) {
+    while ((k << table[k] & 0x8000) == 0) table[k]++;
+  }
+  return table;
+}
 
 // 2^31 / m for m of 32768 to 65535, by the upper bits of m after the first.
 constexpr ShortTable MakeShortReciprocals() {

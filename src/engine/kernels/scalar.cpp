@@ -199,8 +199,9 @@ void FindSmallest(const int32_t* keys, int count, int chosen, MinutiaBits& small
 
 }  // namespace
 
-const Kernels scalarKernels = {
-    "scalar", FillPairTables, CastVotes,       RankSeeds,   ListPartners, FitsBeside,  MoveOnto,
-    ListNear, SumHolding,     CountNeighbours, CountBlocks, FindCrowded,  FindSmallest};
+const Kernels scalarKernels = {"scalar",    [] { return true; }, FillPairTables,  CastVotes,
+                               RankSeeds,   ListPartners,        FitsBeside,      MoveOnto,
+                               ListNear,    SumHolding,          CountNeighbours, CountBlocks,
+                               FindCrowded, FindSmallest};
 
 }  // namespace vxm

@@ -1,39 +1,30 @@
-// Voting with vectors, for any width of them, and tests in scaled turns. Included where
-// the code may use the instructions that `Lanes` uses.
+// Voting, and the seeds that it gives.
 //
-// Idea: the probe's pairs of similar length lie side by side, and one byte of each
-// of their angles tells nearly all that cannot agree. So 64 pairs are tested at a
-// time, and the few that are left are tested exactly.
-//
-// All functions are static: each form has its own, for its own instructions.
+// The probe's pairs of similar length lie side by side, and one byte of each of their
+// angles tells nearly all that cannot agree. So 32 or 64 pairs are tested at a time, and
+// the few that are left are tested exactly.
 //
 // Nothing branches on what is found, since that could not be foretold: words of
 // 64 pairs are listed when any is left, and the list is then gone through in
 // rounds that take one pair of each word, for most hold no more.
-#pragma once
-
-#include <algorithm>
-
-#include "engine/kernels/kernels.h"
-#include "engine/scoring.h"
-#include "platform/cpu.h"
-
-namespace vxm {
+HWY_BEFORE_NAMESPACE();
+namespace vxm::HWY_NAMESPACE {
+namespace {
 
 // Whether two minutiae can be mates; without a branch.
-static bool QualitiesAgree(int a, int b) {
+inline bool QualitiesAgree(int a, int b) {
   constexpr int falloff = EngineParams::qualityFalloff;
   return static_cast<unsigned>(a - b + falloff - 1) < static_cast<unsigned>(2 * falloff - 1);
 }
 
 // The direction of the line from i to j as a scaled turn.
-static uint16_t LineTurn(const TemplateGeometry& geometry, int i, int j, int place) {
+inline uint16_t LineTurn(const TemplateGeometry& geometry, int i, int j, int place) {
   return static_cast<uint16_t>(ScaledTurn(geometry.lineAngle[place]) +
                                (i < j ? 0 : ScaledTurn(180)));
 }
 
 // Whether a correspondence fits beside a seed, in scaled turns.
-static bool FitsBesideByTurns(const EngineContext& context, Correspondence seed,
+inline bool FitsBesideByTurns(const EngineContext& context, Correspondence seed,
                               Correspondence other) {
   if (seed.probe == other.probe || seed.reference == other.reference) return false;
   const TemplateGeometry& probe = context.probeGeometry;
@@ -57,7 +48,7 @@ static bool FitsBesideByTurns(const EngineContext& context, Correspondence seed,
 }
 
 // Keeps where a seed lies.
-static void PlaceSeed(EngineContext& context, int place, int probe, int mate) {
+inline void PlaceSeed(EngineContext& context, int place, int probe, int mate) {
   SeedPlaces& seeds = context.seedPlaces;
   seeds.probe[place] = context.probeGeometry.position[probe];
   seeds.mate[place] = context.referenceGeometry.position[mate];
@@ -65,61 +56,52 @@ static void PlaceSeed(EngineContext& context, int place, int probe, int mate) {
                                             context.probeGeometry.turn[probe]);
 }
 
-// The squares a, b of lengths that fit have (a - b)^2 at most this times a + b: with t
-// the tolerance and the pixel that rounding hides, |a - b| is below t times the sum of
-// the roots, and the square of that sum at most 2 (a + b).
-constexpr int alikeFactor =
-    2 * (EngineParams::seedDistanceTolerance + 1) * (EngineParams::seedDistanceTolerance + 1);
-// More than any |a - b| of lengths that fit, and its square fits 32 bits.
-constexpr int unlike = 46340;
-
 // Reference pairs with the probe pairs that may agree with them: those from `start` on
 // of which the bit is set.
 struct AgreeingList {
   static constexpr int full = 512;
-  static constexpr int room = full + maxPairs / 64 + 2;
+  static constexpr int room = full + maxPairs / 63 + 2;
   uint64_t bits[room];
   uint16_t start[room];
   uint16_t place[room];
 };
 
-// How far the differences of two pairs' turns may be from none: of the lines, of the
-// two directions, and of one direction's difference from the other's.
-struct TurnGate {
-  __m128i reach;
-  __m128i width;
-};
-
-static TurnGate GateFor(int tolerance) {
-  const auto line = static_cast<int16_t>(ScaledReach(EngineParams::lineTolerance));
-  const auto dir = static_cast<int16_t>(ScaledReach(tolerance));
-  const __m128i reach = _mm_setr_epi16(line, dir, dir, dir, 0, 0, 0, 0);
-  return {reach, _mm_add_epi16(reach, reach)};
-}
+// Four turns in a row.
+using Turns = hn::Full64<uint16_t>;
 
 // Whether the angles of two pairs agree. With t the rotation of the line and a, b those
-// of the minutiae, |t|, |a - t|, |b - t| and |b - a| must be small. That a and b are
-// within the gate of the weights follows.
-static bool PairsAgree(const MinutiaPair& mate, const MinutiaPair& pair, const TurnGate& gate) {
+// of the minutiae, |t|, |a - t|, |b - t| and |b - a| must be within their reach. That a
+// and b are within the gate of the weights follows.
+inline bool PairsAgree(const MinutiaPair& mate, const MinutiaPair& pair, hn::Vec<Turns> reach) {
   static_assert(sizeof(MinutiaPair) == 8);
-  const __m128i apart = _mm_sub_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(&mate)),
-                                      _mm_loadl_epi64(reinterpret_cast<const __m128i*>(&pair)));
+  const Turns turns;
+  const hn::Repartition<uint8_t, Turns> bytes;
+  alignas(8) static constexpr uint8_t secondPlaces[] = {0, 1, 2, 3, 4, 5, 4, 5};
+  constexpr uint8_t none = 0x80;
+  alignas(8) static constexpr uint8_t firstPlaces[] = {none, none, none, none, none, none, 2, 3};
+  const auto apart =
+      hn::BitCast(bytes, hn::Sub(hn::LoadU(turns, &mate.line), hn::LoadU(turns, &pair.line)));
   // In the fourth place, that of the minutiae, the second difference less the first.
-  const __m128i second = _mm_shufflelo_epi16(apart, _MM_SHUFFLE(2, 2, 1, 0));
-  const __m128i first = _mm_blend_epi16(_mm_setzero_si128(), _mm_slli_epi64(apart, 32), 8);
-  const __m128i turns = _mm_add_epi16(_mm_sub_epi16(second, first), gate.reach);
-  const __m128i within = _mm_cmpeq_epi16(_mm_min_epu16(turns, gate.width), turns);
-  return _mm_cvtsi128_si64(within) == -1;
+  const auto second =
+      hn::BitCast(turns, hn::TableLookupBytes(apart, hn::Load(bytes, secondPlaces)));
+  const auto first =
+      hn::BitCast(turns, hn::TableLookupBytesOr0(apart, hn::Load(bytes, firstPlaces)));
+  const auto shifted = hn::Add(hn::Sub(second, first), reach);
+  const auto beyond = hn::SaturatedSub(shifted, hn::Add(reach, reach));
+  return hn::GetLane(hn::BitCast(hn::Full64<uint64_t>(), beyond)) == 0;
 }
 
 // Votes for the listed pairs that do agree, of which the qualities are tested here.
 template <Scale scale>
-static void CountAgreeing(EngineContext& context, AgreeingList& list, int count, int tolerance) {
+void CountAgreeing(EngineContext& context, AgreeingList& list, int count, int tolerance) {
   const TemplateGeometry& reference = context.referenceGeometry;
   const int probeCount = context.probeGeometry.count;
   const uint8_t* probeQuality = context.probeGeometry.workspace->quality;
   const uint8_t* referenceQuality = reference.workspace->quality;
-  const TurnGate gate = GateFor(tolerance);
+  const auto lineReach = static_cast<uint16_t>(ScaledReach(EngineParams::lineTolerance));
+  const auto dirReach = static_cast<uint16_t>(ScaledReach(tolerance));
+  alignas(8) const uint16_t reaches[] = {lineReach, dirReach, dirReach, dirReach};
+  const auto reach = hn::Load(Turns(), reaches);
   while (count != 0) {
     int left = 0;
     for (int k = 0; k < count; k++) {
@@ -128,7 +110,7 @@ static void CountAgreeing(EngineContext& context, AgreeingList& list, int count,
       const uint16_t place = list.place[k];
       const MinutiaPair& mate = reference.pairs[place];
       const MinutiaPair& pair = context.probePairs.pairs[start + platform::LowestBit(bits)];
-      bool agree = PairsAgree(mate, pair, gate);
+      bool agree = PairsAgree(mate, pair, reach);
       if (scale == Scale::native) {
         agree &= QualitiesAgree(probeQuality[pair.first], referenceQuality[mate.first]) &
                  QualitiesAgree(probeQuality[pair.second], referenceQuality[mate.second]);
@@ -149,7 +131,7 @@ static void CountAgreeing(EngineContext& context, AgreeingList& list, int count,
 
 // The starts of the probe's pairs by length, none of them beyond the last pair that
 // votes; made anew only where some do not.
-static const uint16_t* VotingStarts(const PairList& pairs, int lastPair, uint16_t* limited) {
+inline const uint16_t* VotingStarts(const PairList& pairs, int lastPair, uint16_t* limited) {
   if (lastPair == pairs.count) return pairs.startAt;
   for (int d = 0; d < maxDistance + vectorPadding; d++) {
     limited[d] = std::min(pairs.startAt[d], static_cast<uint16_t>(lastPair));
@@ -157,18 +139,64 @@ static const uint16_t* VotingStarts(const PairList& pairs, int lastPair, uint16_
   return limited;
 }
 
-// Goes through the pairs of the reference. `wide` when more than 64 of the probe's
-// can be of similar length.
-template <typename Lanes, bool wide>
-static void CastVotesOf(EngineContext& context, int lastPair, const MatchLimits& limits) {
+// The first `count` bits, or all 64; without a branch.
+inline uint64_t FirstPairs(unsigned count) {
+  return (uint64_t{count < 64 ? 1u : 0u} << count % 64) - 1;
+}
+
+// How far the coarse turns of pairs may be from each other's: the directions, and what the
+// lines have more.
+struct CoarseGate {
+  uint8_t reach;
+  uint8_t moreForLines;
+};
+
+inline CoarseGate GateFor(int tolerance) {
+  const int reach = CoarseReach(tolerance);
+  return {static_cast<uint8_t>(reach),
+          static_cast<uint8_t>(std::max(CoarseReach(EngineParams::lineTolerance) - reach, 0))};
+}
+
+// How far a turn is from each of many, either way.
+template <class D>
+hn::Vec<D> Apart(D bytes, const uint8_t* turns, uint8_t turn) {
+  const hn::RebindToSigned<D> signedBytes;
+  const auto difference = hn::Sub(hn::Set(bytes, turn), hn::LoadU(bytes, turns));
+  return hn::BitCast(bytes, hn::Abs(hn::BitCast(signedBytes, difference)));
+}
+
+// Which of `most` pairs of the probe from p on have angles near those of another pair: the
+// largest of the three differences decides.
+template <int most>
+uint64_t NearlyAgreeing(const CoarseAngles& pairs, unsigned p, const CoarseAngles& others,
+                        unsigned other, CoarseGate gate) {
+  const hn::CappedTag<uint8_t, most> bytes;
+  uint64_t bits = 0;
+  for (unsigned k = 0; k < most; k += lanesOf<decltype(bytes)>) {
+    const auto line = hn::SaturatedSub(Apart(bytes, pairs.line + p + k, others.line[other]),
+                                       hn::Set(bytes, gate.moreForLines));
+    const auto first = Apart(bytes, pairs.firstDir + p + k, others.firstDir[other]);
+    const auto second = Apart(bytes, pairs.secondDir + p + k, others.secondDir[other]);
+    const auto largest = hn::Max(line, hn::Max(first, second));
+    bits |= BitsOf(bytes, UpTo(bytes, largest, gate.reach)) << k;
+  }
+  return bits;
+}
+
+// Goes through the pairs of the reference, with the probe's `most` at a time. `wide` when
+// more than these can be of similar length.
+template <int most, bool wide>
+void CastVotesOf(EngineContext& context, int lastPair, const MatchLimits& limits) {
   const TemplateGeometry& reference = context.referenceGeometry;
   const CoarseAngles& probeAngles = context.probePairs.coarse;
   uint16_t limited[maxDistance + vectorPadding];
   const uint16_t* startAt = VotingStarts(context.probePairs, lastPair, limited);
   const auto countAgreeing = context.scale == Scale::native ? CountAgreeing<Scale::native>
                                                             : CountAgreeing<Scale::standard>;
-  const Lanes lanes(CoarseReach(EngineParams::lineTolerance), CoarseReach(limits.angleTolerance));
+  const CoarseGate gate = GateFor(limits.angleTolerance);
   const auto tolerance = static_cast<unsigned>(limits.distanceTolerance);
+  using Word = std::conditional_t<most == 32, uint32_t, uint64_t>;
+  constexpr unsigned atOnce = most - 1;
   AgreeingList list;
   int listed = 0;
   const auto count = static_cast<unsigned>(PairCount(reference.count));
@@ -178,15 +206,16 @@ static void CastVotesOf(EngineContext& context, int lastPair, const MatchLimits&
     unsigned p = startAt[length - tolerance];
     unsigned left = startAt[length + tolerance + 1] - p;
     for (;;) {
-      const uint64_t bits = _bzhi_u64(lanes.Agreeing(probeAngles, p, reference.coarse, place),
-                                      wide ? std::min(left, 64u) : left);
+      const Word counted = (Word{1} << (wide ? std::min(left, atOnce) : left)) - 1;
+      const Word bits = counted & static_cast<Word>(NearlyAgreeing<most>(
+                                      probeAngles, p, reference.coarse, place, gate));
       list.bits[listed] = bits;
       list.start[listed] = static_cast<uint16_t>(p);
       list.place[listed] = static_cast<uint16_t>(place);
       listed += bits != 0 ? 1 : 0;
-      if (!wide || left <= 64) break;
-      p += 64;
-      left -= 64;
+      if (!wide || left <= atOnce) break;
+      p += atOnce;
+      left -= atOnce;
     }
     if (listed < AgreeingList::full) continue;
     countAgreeing(context, list, listed, limits.angleTolerance);
@@ -195,14 +224,56 @@ static void CastVotesOf(EngineContext& context, int lastPair, const MatchLimits&
   countAgreeing(context, list, listed, limits.angleTolerance);
 }
 
-// `Half` tests 32 pairs at a time, `Full` 64.
-template <typename Half, typename Full>
-static void CastVotes(EngineContext& context, int lastPair, const MatchLimits& limits) {
+void CastVotes(EngineContext& context, int lastPair, const MatchLimits& limits) {
   const int most = context.probePairs.mostAlike;
-  const auto cast = most <= 32   ? CastVotesOf<Half, false>
-                    : most <= 64 ? CastVotesOf<Full, false>
-                                 : CastVotesOf<Full, true>;
+  const auto cast = most <= 31   ? CastVotesOf<32, false>
+                    : most <= 63 ? CastVotesOf<64, false>
+                                 : CastVotesOf<64, true>;
   cast(context, lastPair, limits);
 }
 
-}  // namespace vxm
+// How many of the keys are smaller than each of those from `own` on.
+inline hn::Vec<Ints> CountSmaller(const int32_t* keys, int count, hn::Vec<Ints> own) {
+  const Ints ints;
+  auto before = hn::Zero(ints);
+  for (int other = 0; other < count; other++) {
+    before = CountIf(ints, before, hn::Gt(own, hn::Set(ints, keys[other])));
+  }
+  return before;
+}
+
+// A seed's place is the number of seeds before it; one number holds votes and index.
+void RankSeeds(EngineContext& context) {
+  const int probeCount = context.probeGeometry.count;
+  const Ints ints;
+  const hn::Repartition<uint16_t, Ints> words;
+  alignas(64) uint16_t votes[maxRow];
+  alignas(64) uint16_t mates[maxRow];
+  for (int m = 0; m < probeCount; m += lanesOf<decltype(words)>) {
+    auto most = hn::LoadU(words, context.votes + m);
+    auto mate = hn::Zero(words);
+    for (int n = 1; n < context.referenceGeometry.count; n++) {
+      const auto larger = hn::Max(most, hn::LoadU(words, context.votes + n * probeCount + m));
+      const auto same = hn::Eq(most, larger);
+      mate = hn::IfThenElse(same, mate, hn::Set(words, static_cast<uint16_t>(n)));
+      most = larger;
+    }
+    hn::Store(most, words, votes + m);
+    hn::Store(mate, words, mates + m);
+  }
+  alignas(64) int32_t keys[maxRow];
+  for (int m = 0; m < probeCount; m++) keys[m] = m - (votes[m] << 8);
+  alignas(64) int32_t places[maxRow];
+  for (int m = 0; m < probeCount; m += lanesOf<Ints>) {
+    hn::Store(CountSmaller(keys, probeCount, hn::Load(ints, keys + m)), ints, places + m);
+  }
+  for (int m = 0; m < probeCount; m++) {
+    const int place = places[m];
+    context.seeds[place] = {static_cast<uint8_t>(m), static_cast<uint8_t>(mates[m]), votes[m]};
+    PlaceSeed(context, place, m, mates[m]);
+  }
+}
+
+}  // namespace
+}  // namespace vxm::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();

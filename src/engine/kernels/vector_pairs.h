@@ -1,0 +1,212 @@
+// All pairs of a template's minutiae: how long, in what direction, how turned.
+//
+// The pairs of the second minutia, the third, ... are rows of growing length. They are
+// first laid end to end, so that vectors are full also where the rows are short.
+HWY_BEFORE_NAMESPACE();
+namespace vxm::HWY_NAMESPACE {
+namespace {
+
+#if HWY_TARGET == HWY_AVX3
+constexpr auto shiftsToTop = MakeShiftsToTop();
+constexpr auto shortReciprocals = MakeShortReciprocals();
+constexpr auto extraLengths = MakeExtraLengths();
+constexpr auto legAngles = MakeLegAngles();
+#endif
+
+struct Polar {
+  hn::Vec<Ints> distance;
+  hn::Vec<Ints> angle;
+};
+
+struct Triangle {
+  hn::Vec<Ints> hypotenuse;  // off by one at most
+  hn::Vec<Ints> angle;       // beside the longer leg, degrees
+};
+
+#if HWY_TARGET == HWY_AVX3
+// One instruction looks up 32 words in two registers, but gathering is slow: so the
+// tables are short and what they give is put right.
+
+// The entries that the lower 6 bits of each lane name.
+inline hn::Vec<Ints> LookUp(const ShortTable& table, hn::Vec<Ints> places) {
+  return hn::Vec<Ints>{
+      _mm512_maskz_permutex2var_epi16(0x55555555, _mm512_loadu_si512(table.data()), places.raw,
+                                      _mm512_loadu_si512(table.data() + shortTable / 2))};
+}
+
+// The upper halves of the products of words.
+inline hn::Vec<Ints> HighProduct(hn::Vec<Ints> a, hn::Vec<Ints> b) {
+  const hn::Repartition<uint16_t, Ints> words;
+  return hn::BitCast(Ints(), hn::MulHigh(hn::BitCast(words, a), hn::BitCast(words, b)));
+}
+
+// shorter / longer in 65536ths, nearly; 0 for no legs. The reciprocal of the longer
+// one, with its first bit on top, comes from a table and one step of Newton's.
+inline hn::Vec<Ints> LegRatio(hn::Vec<Ints> shorter, hn::Vec<Ints> longer) {
+  const Ints ints;
+  const hn::RebindToUnsigned<Ints> unsignedInts;
+  const auto large = hn::Gt(longer, hn::Set(ints, shortTable - 1));
+  const auto leading = hn::IfThenElse(large, hn::ShiftRight<5>(longer), longer);
+  auto shift = LookUp(shiftsToTop, leading);
+  shift = hn::IfThenElse(large, hn::Sub(shift, hn::Set(ints, 5)), shift);
+  const auto mantissa = hn::Shl(longer, shift);
+  const auto guess = LookUp(shortReciprocals, hn::ShiftRight<9>(mantissa));
+  const auto error =
+      hn::ShiftRight<16>(hn::Sub(hn::Set(ints, INT32_MIN), hn::Mul(mantissa, guess)));
+  const auto reciprocal = hn::Add(guess, hn::ShiftRight<15>(hn::Mul(guess, error)));
+  const auto product = hn::BitCast(unsignedInts, hn::Mul(shorter, reciprocal));
+  const auto back = hn::BitCast(unsignedInts, hn::Sub(hn::Set(ints, 15), shift));
+  return hn::Min(hn::BitCast(ints, hn::Shr(product, back)), hn::Set(ints, 65535));
+}
+
+// The ratio of the legs, coarsely, gives an angle and a root.
+inline Triangle TriangleOf(hn::Vec<Ints> shorter, hn::Vec<Ints> longer) {
+  const Ints ints;
+  const auto ratio = LegRatio(shorter, longer);
+  const auto entry = hn::ShiftRight<10>(ratio);
+  const auto beyond = hn::And(hn::ShiftLeft<6>(ratio), hn::Set(ints, 0xFFFF));
+  const auto extra = hn::Add(LookUp(extraLengths.extra, entry),
+                             HighProduct(LookUp(extraLengths.growth, entry), beyond));
+  const auto scaled = hn::ShiftLeft<10>(shorter);
+  const auto any = hn::Gt(longer, hn::Zero(ints));
+  const auto lessThanOne =
+      hn::Gt(ShortProduct(ints, longer, LookUp(legAngles.oneMore, entry)), scaled);
+  const auto lessThanTwo =
+      hn::Gt(ShortProduct(ints, longer, LookUp(legAngles.twoMore, entry)), scaled);
+  auto atan = LookUp(legAngles.least, entry);
+  atan = CountIf(ints, atan, hn::AndNot(lessThanOne, any));
+  atan = CountIf(ints, atan, hn::AndNot(lessThanTwo, any));
+  return {hn::Add(longer, HighProduct(longer, extra)), atan};
+}
+#else
+// The ratio of the legs gives the angle, and nearly the hypotenuse.
+inline Triangle TriangleOf(hn::Vec<Ints> shorter, hn::Vec<Ints> longer) {
+  const Ints ints;
+  const auto reciprocal = hn::GatherIndex(ints, reciprocals.data(), longer);
+  const hn::RebindToUnsigned<Ints> unsignedInts;
+  const auto product = hn::BitCast(unsignedInts, hn::Mul(shorter, reciprocal));
+  const auto ratio = hn::BitCast(ints, hn::ShiftRight<21>(product));
+  const auto entry = hn::GatherIndex(ints, legRatios.data(), ratio);
+  const auto secant = hn::ShiftRight<secantShift>(entry);
+  return {hn::ShiftRight<14>(ShortProduct(ints, longer, secant)),
+          hn::And(entry, hn::Set(ints, 0xFF))};
+}
+#endif
+
+inline Polar PolarOf(hn::Vec<WordsOf<Ints>> dxdy) {
+  const Ints ints;
+  const auto one = hn::Set(ints, 1);
+  const auto both = hn::BitCast(ints, dxdy);
+  const auto legs = hn::BitCast(hn::RebindToUnsigned<Ints>(), hn::Abs(dxdy));
+  const auto ay = hn::BitCast(ints, hn::ShiftRight<16>(legs));
+  const auto ax = hn::And(hn::BitCast(ints, legs), hn::Set(ints, 0xFFFF));
+  const Triangle triangle = TriangleOf(hn::Min(ax, ay), hn::Max(ax, ay));
+
+  const auto squared = SquaredLength(ints, dxdy);
+  auto root = triangle.hypotenuse;
+  const auto rootSquared = ShortProduct(ints, root, root);
+  const auto nextSquared = hn::Add(rootSquared, hn::Add(hn::Add(root, root), one));
+  const auto tooLarge = hn::Gt(rootSquared, squared);
+  root = CountIf(ints, root, hn::Not(hn::Gt(nextSquared, squared)));
+  root = hn::Sub(root, hn::IfThenElseZero(tooLarge, one));
+
+  auto angle =
+      hn::IfThenElse(hn::Gt(ay, ax), hn::Sub(hn::Set(ints, 90), triangle.angle), triangle.angle);
+  const auto left = hn::ShiftRight<31>(hn::ShiftLeft<16>(both));
+  const auto up = hn::ShiftRight<31>(both);
+  const auto mirrored = hn::Xor(left, up);
+  angle = hn::Sub(hn::Xor(angle, mirrored), mirrored);
+  const auto base =
+      hn::IfThenElse(hn::MaskFromVec(left), hn::Set(ints, 180), hn::And(up, hn::Set(ints, 360)));
+  return {hn::Min(root, hn::Set(ints, maxDistance)), hn::Add(base, angle)};
+}
+
+// Rows of pairs whose tables are still to be filled.
+struct PairRows {
+  static constexpr int enough = 512;
+  static constexpr int room = enough + maxRow + vectorPadding;
+  int count = 0;
+  alignas(64) Position apart[room];
+  alignas(64) uint16_t firstTurn[room];
+  alignas(64) uint16_t secondTurn[room];
+  alignas(64) uint16_t ends[room];  // the second minutia in the upper byte
+};
+
+// Lays the pairs of the minutiae from `j` on and before `last` with all before them.
+// What is stored is loaded in other vectors, which have to wait until it is in the cache;
+// so positions, which are taken first, are laid first.
+inline void LayRows(PairRows& rows, const TemplateGeometry& geometry, int j, int last) {
+  const Ints ints;
+  const hn::Repartition<uint16_t, Ints> words;
+  Position* apart = rows.apart;
+  for (int second = j; second < last; second++) {
+    const auto end = Broadcast(ints, geometry.position[second].x, geometry.position[second].y);
+    for (int i = 0; i < second; i += lanesOf<Ints>) {
+      hn::StoreU(hn::Sub(end, LoadPositions(ints, geometry.position + i)), WordsOf<Ints>(),
+                 &apart[i].x);
+    }
+    apart += second;
+  }
+  rows.count = static_cast<int>(apart - rows.apart);
+  // What lies beyond the end is looked up too.
+  hn::StoreU(hn::Zero(WordsOf<Ints>()), WordsOf<Ints>(), &apart->x);
+  int place = 0;
+  for (int second = j; second < last; second++) {
+    const auto turn = hn::Set(words, geometry.turn[second]);
+    auto ends =
+        hn::Add(hn::Load(words, counting), hn::Set(words, static_cast<uint16_t>(second << 8)));
+    for (int i = 0; i < second; i += lanesOf<decltype(words)>) {
+      hn::StoreU(hn::LoadU(words, geometry.turn + i), words, rows.firstTurn + place + i);
+      hn::StoreU(turn, words, rows.secondTurn + place + i);
+      hn::StoreU(ends, words, rows.ends + place + i);
+      ends = hn::Add(ends, hn::Set(words, lanesOf<decltype(words)>));
+    }
+    place += second;
+  }
+}
+
+// The upper bytes of turns.
+template <class D>
+void StoreBytes(uint8_t* to, D /*words*/, hn::Vec<D> turns) {
+  const hn::Rebind<uint8_t, D> bytes;
+  hn::StoreU(hn::TruncateTo(bytes, hn::ShiftRight<8>(turns)), bytes, to);
+}
+
+// Fills the tables from `place` on, beyond the rows' end as vectors do.
+inline void FillRows(PairRows& rows, TemplateGeometry& geometry, int place) {
+  const Ints ints;
+  const WordForEach<Ints> shorts;
+  const hn::Rebind<uint32_t, Ints> wide;
+  for (int k = 0; k < rows.count; k += lanesOf<Ints>) {
+    const Polar polar = PolarOf(LoadPositions(ints, rows.apart + k));
+    hn::StoreU(hn::TruncateTo(shorts, hn::BitCast(wide, polar.distance)), shorts,
+               geometry.distance + place + k);
+    hn::StoreU(hn::TruncateTo(shorts, hn::BitCast(wide, polar.angle)), shorts,
+               geometry.lineAngle + place + k);
+  }
+  const hn::Repartition<uint16_t, Ints> words;
+  for (int k = 0; k < rows.count; k += lanesOf<decltype(words)>) {
+    const auto line =
+        hn::Mul(hn::LoadU(words, geometry.lineAngle + place + k), hn::Set(words, turnScale));
+    const auto firstDir = hn::Sub(hn::LoadU(words, rows.firstTurn + k), line);
+    const auto secondDir = hn::Sub(hn::LoadU(words, rows.secondTurn + k), line);
+    StoreBytes(geometry.coarse.line + place + k, words, line);
+    StoreBytes(geometry.coarse.firstDir + place + k, words, firstDir);
+    StoreBytes(geometry.coarse.secondDir + place + k, words, secondDir);
+    hn::StoreInterleaved4(line, firstDir, secondDir, hn::LoadU(words, rows.ends + k), words,
+                          &geometry.pairs[place + k].line);
+  }
+}
+
+void FillPairTables(TemplateGeometry& geometry) {
+  PairRows rows;
+  for (int j = 1, last = 1; j < geometry.count; j = last) {
+    while (last < geometry.count && PairPlace(0, last) - PairPlace(0, j) < PairRows::enough) last++;
+    LayRows(rows, geometry, j, last);
+    FillRows(rows, geometry, PairPlace(0, j));
+  }
+}
+
+}  // namespace
+}  // namespace vxm::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();

@@ -1,6 +1,0 @@
-// Ends what avx2_begin.h began.
-#if defined(__clang__)
-#pragma clang attribute pop
-#elif defined(__GNUC__)
-#pragma GCC pop_options
-#endif
