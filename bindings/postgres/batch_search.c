@@ -95,9 +95,10 @@ static void SearchBatch(BatchSearch* batch) {
 }
 
 static void Gather(BatchSearch* batch, const text* id, const Template* candidate) {
-  batch->ids[batch->count] = CopyBytes(batch->batchContext, id, VARSIZE_ANY(id));
-  batch->templates[batch->count] =
-      CopyBytes(batch->batchContext, candidate->bytes, (Size)candidate->size);
+  const Size idSize = VARSIZE_ANY(id);
+  char* copy = MemoryContextAlloc(batch->batchContext, idSize + (Size)candidate->size);
+  batch->ids[batch->count] = memcpy(copy, id, idSize);
+  batch->templates[batch->count] = memcpy(copy + idSize, candidate->bytes, (Size)candidate->size);
   batch->sizes[batch->count] = candidate->size;
   if (++batch->count == BATCH_SIZE) SearchBatch(batch);
 }

@@ -26,7 +26,7 @@ typedef struct ComparisonTime {
 } ComparisonTime;
 
 static const ComparisonTime fastTime = {2, 4};
-static const ComparisonTime normalTime = {4, 8};
+static const ComparisonTime normalTime = {6, 8};
 static const ComparisonTime fullTime = {10, 12};
 
 /* A plain scan takes 0.03 microseconds for each cpu_operator_cost (see the SQL). */

@@ -113,10 +113,12 @@ class SeveralServers(unittest.TestCase):
 
         def ask(fails: bool) -> None:
             for title, query in queries.items():
-                p1 = [probe] if "bytea[]" in query else probe
+                fingers_of = "bytea[]" in query
+                values = {"p1": [probe] if fingers_of else probe, "p2": [1] if fingers_of else 0,
+                          "p3": "nobody"}
                 with self.subTest(title=title, fails=fails):
                     try:
-                        servers[0].execute(query, {"p1": p1, "p2": [1], "p3": "nobody"})
+                        servers[0].execute(query, values)
                         self.assertFalse(fails)
                     except psycopg.Error as error:
                         self.assertTrue(fails or isinstance(error, psycopg.errors.CheckViolation))
