@@ -1,5 +1,4 @@
 // A finger: its ridge flow, and minutiae scattered over it with room between.
-#include "random.h"
 #include "synth.h"
 
 namespace vxmsynth {
@@ -35,15 +34,23 @@ uint64_t DeriveSeed(uint64_t seed, uint64_t index) {
   return Random(first + index).Next();
 }
 
-Finger MakeFinger(uint64_t seed, int minutiae) {
+Turn DirectionAt(const Finger& finger, Vector place, Random& random) {
+  bool backwards = random.Chance(50);
+  if (finger.flowPercent > 0 && random.Chance(finger.flowPercent)) {
+    backwards = !SpreadAhead(finger.field, place);
+  }
+  return static_cast<Turn>(OrientationAt(finger.field, place) + (backwards ? fullTurn / 2 : 0));
+}
+
+Finger MakeFinger(uint64_t seed, const FingerSettings& settings) {
   Random random(seed);
   Finger finger{};
   finger.seed = seed;
-  finger.field = MakeRidgeField(random);
+  finger.field = MakeRidgeField(random, settings.waveDegrees);
   finger.ridgePeriod = 144 + random.Bell(12);
-  const int drawn = random.Between(55, 90);
-  const int wanted = minutiae > 0 ? minutiae : drawn;
-  const int meanQuality = random.Between(45, 75);
+  finger.flowPercent = settings.flowPercent;
+  const int wanted = random.Between(settings.fewestMinutiae, settings.mostMinutiae);
+  const int meanQuality = random.Between(settings.lowestQuality, settings.highestQuality);
   for (int tries = 0; tries < 40 * wanted; ++tries) {
     if (static_cast<int>(finger.minutiae.size()) == wanted) break;
     const int x = random.Between(-halfWidth * pixel, halfWidth * pixel);
@@ -52,13 +59,18 @@ Finger MakeFinger(uint64_t seed, int minutiae) {
     if (!OnFinger(place) || !HasRoom(finger, place)) continue;
     FingerMinutia minutia{};
     minutia.place = place;
-    const int side = random.Chance(50) ? fullTurn / 2 : 0;
-    minutia.direction = static_cast<Turn>(OrientationAt(finger.field, place) + side);
+    minutia.direction = DirectionAt(finger, place, random);
     minutia.type = random.Chance(65) ? MinutiaType::ridgeEnding : MinutiaType::bifurcation;
     minutia.quality = meanQuality + random.Bell(24);
     finger.minutiae.push_back(minutia);
   }
   return finger;
+}
+
+Finger MakeFinger(uint64_t seed, int minutiae) {
+  FingerSettings settings;
+  if (minutiae > 0) settings.fewestMinutiae = settings.mostMinutiae = minutiae;
+  return MakeFinger(seed, settings);
 }
 
 }  // namespace vxmsynth

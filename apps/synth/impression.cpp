@@ -4,7 +4,8 @@
 // shifted onto the image. Of the minutiae under the contact area, an ellipse in
 // the middle of the image, some get lost and all get a little wrong; a few that
 // the finger does not have follow its ridges as real ones would. Each block of
-// the map takes the orientation of the place of the finger that lies under it.
+// the map takes the orientation of the place of the finger that lies under it. In
+// patches of moisture, or of dry skin, neither minutiae nor ridges are seen.
 #include <algorithm>
 
 #include "random.h"
@@ -20,6 +21,11 @@ constexpr int maxMinutiae = 200;
 constexpr int contactHalfWidth = 134;
 constexpr int contactHalfHeight = 166;
 
+struct Patch {
+  Vector middle;
+  int32_t radius;
+};
+
 struct Touch {
   Vector middle;  // of the image
   Vector shift;
@@ -28,7 +34,22 @@ struct Touch {
   Wave stretchY[2];
   int halfWidth;  // of the contact area, pixels
   int halfHeight;
+  std::vector<Patch> damp;
 };
+
+// The patches have a source of their own, so that they change nothing else.
+std::vector<Patch> MakePatches(Random random, const Touch& touch,
+                               const ImpressionSettings& settings) {
+  std::vector<Patch> patches;
+  const int count = random.Between(0, settings.dampPatches);
+  for (int i = 0; i < count; ++i) {
+    const int dx = random.Between(-touch.halfWidth * pixel, touch.halfWidth * pixel);
+    const int dy = random.Between(-touch.halfHeight * pixel, touch.halfHeight * pixel);
+    const int radius = random.Between(settings.dampRadius / 3, settings.dampRadius);
+    patches.push_back({{touch.middle.x + dx, touch.middle.y + dy}, radius * pixel});
+  }
+  return patches;
+}
 
 Touch MakeTouch(Random& random, const ImpressionSettings& settings) {
   Touch touch{};
@@ -70,6 +91,11 @@ Vector ToFinger(const Touch& touch, Vector point) {
 }
 
 bool InContact(const Touch& touch, Vector point) {
+  for (const Patch& patch : touch.damp) {
+    const int64_t dx = point.x - patch.middle.x;
+    const int64_t dy = point.y - patch.middle.y;
+    if (dx * dx + dy * dy < int64_t{patch.radius} * patch.radius) return false;
+  }
   const int64_t x = (point.x - touch.middle.x) * int64_t{touch.halfHeight};
   const int64_t y = (point.y - touch.middle.y) * int64_t{touch.halfWidth};
   const int64_t rim = int64_t{touch.halfWidth} * touch.halfHeight * pixel;
@@ -117,10 +143,8 @@ void ReportInvented(Impression& impression, const Finger& finger, const Touch& t
     const int dx = random.Between(-touch.halfWidth * pixel, touch.halfWidth * pixel);
     const int dy = random.Between(-touch.halfHeight * pixel, touch.halfHeight * pixel);
     const Vector point{touch.middle.x + dx, touch.middle.y + dy};
-    const int side = random.Chance(50) ? fullTurn / 2 : 0;
-    const int orientation = OrientationAt(finger.field, ToFinger(touch, point));
-    const Turn direction =
-        Noisy(random, orientation + side + touch.rotation, settings.directionDeviation);
+    const Turn along = DirectionAt(finger, ToFinger(touch, point), random);
+    const Turn direction = Noisy(random, along + touch.rotation, settings.directionDeviation);
     const auto type = random.Chance(65) ? MinutiaType::ridgeEnding : MinutiaType::bifurcation;
     const int quality = random.Between(1, 80);
     if (InContact(touch, point)) Report(impression, point, direction, type, quality);
@@ -153,7 +177,8 @@ Impression MakeImpression(const Finger& finger, uint64_t seed, const ImpressionS
   impression.gridWidth = std::clamp(settings.gridWidth, 1, 63);
   impression.gridHeight = std::clamp(settings.gridHeight, 1, 63);
   impression.attribute = std::clamp(finger.ridgePeriod + random.Bell(3), 0, 255);
-  const Touch touch = MakeTouch(random, settings);
+  Touch touch = MakeTouch(random, settings);
+  touch.damp = MakePatches(Random(DeriveSeed(~finger.seed, seed)), touch, settings);
   ReportFinger(impression, finger, touch, random, settings);
   ReportInvented(impression, finger, touch, random, settings);
   MapOrientation(impression, finger, touch, random, settings);

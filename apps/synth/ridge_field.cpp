@@ -39,7 +39,7 @@ int32_t WaveAt(const Wave& wave, Vector place) {
   return wave.amplitude * Sine(static_cast<Turn>(along + wave.phase)) / sineOne;
 }
 
-RidgeField MakeRidgeField(Random& random) {
+RidgeField MakeRidgeField(Random& random, int waveDegrees) {
   RidgeField field{};
   field.pattern = DrawPattern(random);
   const Vector core = DrawNear(random, 0, -15, 18);
@@ -66,7 +66,8 @@ RidgeField MakeRidgeField(Random& random) {
       break;
     }
   }
-  for (Wave& wave : field.waves) wave = MakeWave(random, 160, 360, FromDegrees(8));
+  const Turn bend = FromDegrees(waveDegrees);
+  for (Wave& wave : field.waves) wave = MakeWave(random, 160, 360, bend);
   return field;
 }
 
@@ -89,6 +90,15 @@ Turn OrientationAt(const RidgeField& field, Vector place) {
   }
   for (const Wave& wave : field.waves) orientation += WaveAt(wave, place);
   return static_cast<Turn>(orientation) % (fullTurn / 2);
+}
+
+// The ridges on either side turn away from each other where they part.
+bool SpreadAhead(const RidgeField& field, Vector place) {
+  const auto across = static_cast<Turn>(OrientationAt(field, place) + fullTurn / 4);
+  const Vector beside = Rotate({10 * pixel, 0}, across);
+  const int after = OrientationAt(field, {place.x + beside.x, place.y + beside.y});
+  const int before = OrientationAt(field, {place.x - beside.x, place.y - beside.y});
+  return (after - before + fullTurn) % (fullTurn / 2) < fullTurn / 4;
 }
 
 }  // namespace vxmsynth

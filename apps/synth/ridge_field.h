@@ -38,9 +38,13 @@ struct RidgeField {
   Wave waves[2];      // amplitude in direction steps
 };
 
-RidgeField MakeRidgeField(Random& random);
+RidgeField MakeRidgeField(Random& random, int waveDegrees);
 
 // Orientation of the ridges at a place: 0..fullTurn / 2 - 1.
 Turn OrientationAt(const RidgeField& field, Vector place);
+
+// Whether ridges part from each other in the direction that OrientationAt gives, as
+// against the opposite one.
+bool SpreadAhead(const RidgeField& field, Vector place);
 
 }  // namespace vxmsynth

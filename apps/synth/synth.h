@@ -36,10 +36,28 @@ struct Finger {
   RidgeField field;
   std::vector<FingerMinutia> minutiae;
   int ridgePeriod;  // mean distance of ridges in 1/16 pixel
+  int flowPercent;  // as in FingerSettings, for invented minutiae as well
 };
 
+// What fingers are made from; a number between two is drawn evenly.
+struct FingerSettings {
+  int fewestMinutiae = 55;  // on the whole finger; more than some 200 find no room
+  int mostMinutiae = 90;
+  int lowestQuality = 45;  // mean of a finger's minutiae
+  int highestQuality = 75;
+  int waveDegrees = 8;  // how far the ridges bend away from the pure pattern
+  // Minutiae that point to where the ridges spread, as new ridges do; the others point
+  // either way. It makes different fingers more alike.
+  int flowPercent = 0;
+};
+
+Finger MakeFinger(uint64_t seed, const FingerSettings& settings);
+
+// A direction that a minutia at this place may have: along the ridges.
+Turn DirectionAt(const Finger& finger, Vector place, Random& random);
+
 // `minutiae` on the whole finger, of which an impression shows about 60 %;
-// 0: as many as the seed gives. More than some 200 find no room.
+// 0: as many as the seed gives.
 Finger MakeFinger(uint64_t seed, int minutiae = 0);
 
 // How an impression differs from the finger. Deviations are those of a bell
@@ -59,6 +77,8 @@ struct ImpressionSettings {
   int orientationDeviation = 3;  // degrees, of a block
   int qualityDeviation = 6;
   int typeErrorPercent = 6;
+  int dampPatches = 0;  // at most, in which nothing is seen: no minutia, no ridge
+  int dampRadius = 0;   // of the largest, pixels
 };
 
 // Engine conventions: pixels from the top-left corner of the grid, y downwards.

@@ -4,10 +4,10 @@
 #include <memory>
 
 #include "commands.h"
+#include "difficulty.h"
 #include "failure.h"
 #include "files.h"
 #include "progress.h"
-#include "synth.h"
 #include "usage.h"
 
 namespace {
@@ -21,7 +21,8 @@ struct SynthOptions {
   uint64_t seed = 1;
   Output format = Output::native;
   vxmsynth::NativeForm form = vxmsynth::NativeForm::fullBytes;
-  vxmsynth::ImpressionSettings settings;
+  vxmsynth::Difficulty difficulty = vxmsynth::Difficulty::plain;
+  vxmsynth::ImpressionSettings settings;  // of plain impressions, and the rotation of all
   bool turned = false;
 };
 
@@ -33,6 +34,12 @@ const std::map<std::string, vxmsynth::NativeForm> forms = {
     {"full-codes", vxmsynth::NativeForm::fullCodes},
     {"short-bytes", vxmsynth::NativeForm::shortBytes},
     {"short-codes", vxmsynth::NativeForm::shortCodes}};
+
+const std::map<std::string, vxmsynth::Difficulty> difficulties = {
+    {"plain", vxmsynth::Difficulty::plain},
+    {"easy", vxmsynth::Difficulty::easy},
+    {"medium", vxmsynth::Difficulty::medium},
+    {"hard", vxmsynth::Difficulty::hard}};
 
 // "007_2": finger and impression, counted from 1, in order when sorted by name.
 std::string FileStem(const SynthOptions& options, int finger, int impression) {
@@ -87,16 +94,31 @@ class UnfinishedFiles {
   std::vector<std::string> names_;
 };
 
-void WriteImpression(const SynthOptions& options, const std::string& stem,
-                     const vxmsynth::Impression& impression, UnfinishedFiles& files) {
-  const auto write = [&](Output format, const char* extension, const Bytes& bytes) {
-    if (options.format == format || options.format == Output::all) {
-      files.Add(stem + extension, bytes);
-    }
+vxmsynth::Impression Impression(const SynthOptions& options, const vxmsynth::Finger& finger,
+                                int number, vxmsynth::Extractor extractor) {
+  const auto seed = static_cast<uint64_t>(number);
+  vxmsynth::ImpressionSettings settings = options.settings;
+  if (options.difficulty != vxmsynth::Difficulty::plain) {
+    settings = ImpressionOf(options.difficulty, extractor, finger, seed);
+    settings.rotation = options.settings.rotation;
+  }
+  const vxmsynth::Impression impression = MakeImpression(finger, seed, settings);
+  return options.turned ? TurnImpression(impression) : impression;
+}
+
+void WriteImpression(const SynthOptions& options, const vxmsynth::Finger& finger, int number,
+                     const std::string& stem, UnfinishedFiles& files) {
+  const auto wanted = [&](Output format) {
+    return options.format == format || options.format == Output::all;
   };
-  write(Output::native, ".vxt", EncodeNative(impression, options.form));
-  write(Output::iso, ".iso", EncodeIso(impression));
-  write(Output::ansi, ".ansi", EncodeAnsi(impression));
+  if (wanted(Output::native)) {
+    const auto seen = Impression(options, finger, number, vxmsynth::Extractor::coarse);
+    files.Add(stem + ".vxt", EncodeNative(seen, options.form));
+  }
+  if (options.format == Output::native) return;
+  const auto seen = Impression(options, finger, number, vxmsynth::Extractor::careful);
+  if (wanted(Output::iso)) files.Add(stem + ".iso", EncodeIso(seen));
+  if (wanted(Output::ansi)) files.Add(stem + ".ansi", EncodeAnsi(seen));
 }
 
 int Synth(const SynthOptions& options) {
@@ -107,13 +129,10 @@ int Synth(const SynthOptions& options) {
   Progress progress("making templates", total);
   for (int f = 1; f <= options.fingers; ++f) {
     const uint64_t seed = vxmsynth::DeriveSeed(options.seed, static_cast<uint64_t>(f));
-    const vxmsynth::Finger finger = vxmsynth::MakeFinger(seed);
+    const vxmsynth::Finger finger = MakeFinger(seed, vxmsynth::FingersOf(options.difficulty));
     for (int i = 1; i <= options.impressions; ++i) {
       stop.Here();
-      vxmsynth::Impression impression =
-          MakeImpression(finger, static_cast<uint64_t>(i), options.settings);
-      if (options.turned) impression = TurnImpression(impression);
-      WriteImpression(options, FileStem(options, f, i), impression, files);
+      WriteImpression(options, finger, i, FileStem(options, f, i), files);
       progress.Step();
     }
   }
@@ -143,11 +162,17 @@ void AddSynth(CLI::App& program, int& exitCode) {
   vxmsynth::ImpressionSettings& settings = options->settings;
   AddNumber(*command, "--rotation", settings.rotation, -180, 180,
             "Degrees that every impression is turned by");
+  auto* difficulty =
+      AddName(*command, "--difficulty", options->difficulty, difficulties,
+              "How hard to tell apart: plain are clear, the others like real ones (default plain)");
   AddNumber(*command, "--max-rotation", settings.maxRotation, 0, 180,
-            "Further degrees at most, either way");
-  AddNumber(*command, "--max-shift", settings.maxShift, 0, 200, "Shift at most, in pixels");
+            "Further degrees at most, either way")
+      ->excludes(difficulty);
+  AddNumber(*command, "--max-shift", settings.maxShift, 0, 200, "Shift at most, in pixels")
+      ->excludes(difficulty);
   AddNumber(*command, "--area", settings.areaPercent, 10, 200,
-            "Contact area's side lengths in percent");
+            "Contact area's side lengths in percent")
+      ->excludes(difficulty);
   command->add_flag("--turned", options->turned, "Turn every impression by exactly 180 degrees");
   command->callback([options, &exitCode] { exitCode = Synth(*options); });
 }

@@ -15,8 +15,9 @@ from pathlib import Path
 
 program: list[str] = []
 
-# Over all bytes that `makings` gives; the same on every system.
-DIGEST = "d423ea8e3eb7ee356886b9c13057776c630ab7312952b3603c0c7d320011a195"
+# Over all bytes that the makings give; the same on every system.
+PLAIN_DIGEST = "d423ea8e3eb7ee356886b9c13057776c630ab7312952b3603c0c7d320011a195"
+DIFFICULT_DIGEST = "1f1e5753def08bc6061479507c4c69ee575f0dd1402c32131fbb026930149d20"
 
 
 def run(*arguments: object) -> subprocess.CompletedProcess[str]:
@@ -185,15 +186,19 @@ class Vxm(unittest.TestCase):
         self.assertEqual((search.returncode, out[:7]), (3, "aborted"))
 
     def test_made_bytes(self) -> None:
-        makings = [["--format", "all"], ["--form", "full-codes", "--turned"],
-                   ["--form", "short-codes", "--rotation", -77], ["--form", "short-bytes", "--area", 50]]
-        digest = hashlib.sha256()
-        for number, making in enumerate(makings):
-            folder = self.make(f"digest{number}", "--fingers", 40, "--seed", 18446744073709551615,
-                               *making)
-            for path in sorted(folder.iterdir()):
-                digest.update(path.name.encode() + path.read_bytes())
-        self.assertEqual(digest.hexdigest(), DIGEST)
+        plain = [["--format", "all"], ["--form", "full-codes", "--turned"],
+                 ["--form", "short-codes", "--rotation", -77], ["--form", "short-bytes", "--area", 50]]
+        difficult = [["--format", "all", "--difficulty", name] for name in ("easy", "medium", "hard")]
+        for makings, expected in ((plain, PLAIN_DIGEST), (difficult, DIFFICULT_DIGEST)):
+            digest = hashlib.sha256()
+            for making in makings:
+                folder = self.make(f"digest {'-'.join(map(str, making))}", "--fingers", 40, "--seed",
+                                   18446744073709551615, *making)
+                for path in sorted(folder.iterdir()):
+                    digest.update(path.name.encode() + path.read_bytes())
+            self.assertEqual(digest.hexdigest(), expected)
+        self.expect(2, "", "'eesy' is none of easy|hard|medium|plain", "synth", self.folder / "x",
+                    "--difficulty", "eesy")
         self.expect(2, "", "cannot be made", "synth", self.file("001_1.vxt"))
 
 
