@@ -15,7 +15,7 @@ constexpr std::chrono::milliseconds pause(100);
 
 }  // namespace
 
-Progress::Progress(std::string label, size_t total)
+Progress::Progress(const std::string& label, size_t total)
     : label_(Printable(label)),
       total_(total),
       visible_(total >= fewestShown && ErrorsGoToTerminal()) {}

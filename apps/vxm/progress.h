@@ -8,7 +8,7 @@
 
 class Progress {
  public:
-  Progress(std::string label, size_t total);
+  Progress(const std::string& label, size_t total);
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
