@@ -26,3 +26,23 @@ file(RELATIVE_PATH prefixFromPkgConfig
 configure_file(${PROJECT_SOURCE_DIR}/cmake/vxmkit.pc.in ${PROJECT_BINARY_DIR}/vxmkit.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vxmkit.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+# The licenses of what is compiled into programs, as Debian's packages state them.
+if(VXM_BUILD_APPS)
+  set(compiledIn CLI11:libcli11-dev nlohmann-json:nlohmann-json3-dev highway:libhwy-dev)
+  if(VXM_GALLERIES)
+    list(APPEND compiledIn SQLiteCpp:libsqlitecpp-dev)
+  endif()
+  set(licenseDir ${CMAKE_INSTALL_DATAROOTDIR}/doc/vxmkit-tools)
+  if(WIN32)
+    list(APPEND compiledIn mingw-w64:mingw-w64-x86-64-dev gcc:gcc-12-base)
+    set(licenseDir licenses)
+  endif()
+  foreach(pair IN LISTS compiledIn)
+    string(REPLACE ":" ";" pair ${pair})
+    list(GET pair 0 name)
+    list(GET pair 1 package)
+    install(FILES /usr/share/doc/${package}/copyright DESTINATION ${licenseDir}
+      RENAME LICENSE.${name} COMPONENT tools OPTIONAL)
+  endforeach()
+endif()

@@ -1,16 +1,36 @@
 # Packages of a build, by cpack: for Debian the library, what development needs,
-# the program and the PostgreSQL extension, one package each; for Windows all in one
-# zip.
+# the programs, the PostgreSQL extension and the documents, one package each; for
+# Windows all in one zip.
 set(CPACK_PACKAGE_VENDOR "The VXMKIT team")
 set(CPACK_PACKAGE_CONTACT "The VXMKIT team")
 set(CPACK_PACKAGE_CHECKSUM SHA256)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
 
+# The documents as they lie in the tree, so that their links hold.
+function(install_documents folder)
+  foreach(page IN ITEMS README.md CHANGELOG.md HACKING.md LICENSE SECURITY.md docs
+      bindings/python/README.md)
+    cmake_path(GET page PARENT_PATH below)
+    if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/${page})
+      install(DIRECTORY ${PROJECT_SOURCE_DIR}/${page} DESTINATION ${folder}/${below}
+        COMPONENT documents PATTERN Doxyfile EXCLUDE)
+    else()
+      install(FILES ${PROJECT_SOURCE_DIR}/${page} DESTINATION ${folder}/${below}
+        COMPONENT documents)
+    endif()
+  endforeach()
+endfunction()
+
 if(WIN32)
   set(CPACK_GENERATOR ZIP)
   set(CPACK_PACKAGE_FILE_NAME vxmkit-${PROJECT_VERSION}-windows-${CMAKE_SYSTEM_PROCESSOR})
-  install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION .)
+  install_documents(.)
+  set(VXM_WINDOWS32 "" CACHE PATH "Installed tree of the build for 32-bit hosts, to put beside")
+  if(VXM_WINDOWS32)
+    install(PROGRAMS ${VXM_WINDOWS32}/bin/vxmkit.dll DESTINATION bin32)
+    install(FILES ${VXM_WINDOWS32}/lib/vxmkit.lib DESTINATION lib32)
+  endif()
   include(CPack)
   return()
 endif()
@@ -30,7 +50,7 @@ function(debian_package component name section description)
   set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${name} PARENT_SCOPE)
   set(CPACK_DEBIAN_${key}_PACKAGE_SECTION ${section} PARENT_SCOPE)
   set(CPACK_DEBIAN_${key}_DESCRIPTION ${description} PARENT_SCOPE)
-  if(NOT component STREQUAL library)
+  if(NOT component MATCHES "library|documents")
     set(CPACK_DEBIAN_${key}_PACKAGE_DEPENDS ${sameVersion} PARENT_SCOPE)
   endif()
   install(FILES ${PROJECT_SOURCE_DIR}/LICENSE RENAME copyright
@@ -38,6 +58,8 @@ function(debian_package component name section description)
 endfunction()
 debian_package(library libvxmkit${PROJECT_VERSION_MAJOR} libs
   "${PROJECT_DESCRIPTION} (shared library)")
+install(FILES /usr/share/doc/libhwy-dev/copyright RENAME LICENSE.highway COMPONENT library
+  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvxmkit${PROJECT_VERSION_MAJOR})
 debian_package(development libvxmkit-dev libdevel
   "${PROJECT_DESCRIPTION} (header, CMake and pkg-config files)")
 debian_package(tools vxmkit-tools utils
@@ -50,6 +72,9 @@ if(VXM_BUILD_POSTGRES)
   install(FILES ${PROJECT_SOURCE_DIR}/docs/large-galleries.md
     DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${server}-vxmkit COMPONENT postgres)
 endif()
-install(FILES ${PROJECT_SOURCE_DIR}/README.md
-  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/libvxmkit-dev COMPONENT development)
+debian_package(documents vxmkit-doc doc "${PROJECT_DESCRIPTION} (documents)")
+set(CPACK_DEBIAN_DOCUMENTS_PACKAGE_ARCHITECTURE all)
+install_documents(${CMAKE_INSTALL_DATAROOTDIR}/doc/vxmkit-doc)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS vxmkit-doc)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS vxmkit-doc)
 include(CPack)

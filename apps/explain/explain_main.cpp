@@ -35,6 +35,7 @@ int Run(int argc, char** argv) {
   program.footer(
       "Minutiae are numbered from 0 in the order in which the engine holds them; with one file\n"
       "the program tells that template alone. Exit codes: 0 done, 2 error.");
+  program.set_version_flag("--version", "vxm-explain " VXM_VERSION_TEXT);
   std::string probe;
   std::string reference;
   bool json = false;

@@ -1,12 +1,14 @@
 """Every program and library in every package that was made: hardened, and with no
-needs beyond those of the table below.
+needs beyond those of the table below. And every link of the pages in it leads somewhere.
 
     shipped_files.py FOLDER
 """
 
 import fnmatch
+import re
 import subprocess
 import sys
+import tarfile
 import tempfile
 import zipfile
 from pathlib import Path
@@ -19,26 +21,45 @@ from hardening import CHECKED, is_binary, lacks, needs  # noqa: E402
 C = {"libc.so.6", "ld-linux-x86-64.so.2", "ld-linux-aarch64.so.1"}
 CXX = C | {"libstdc++.so.6", "libgcc_s.so.1", "libm.so.6"}
 OURS = {"libvxmkit.so.3", "vxmkit.dll"}
-# Calls nothing of which the compiler knows the sizes.
-NOTHING_TO_CHECK = {"vxmkit.so"}
+# What is compiled into programs, and so comes with its license.
+COMPILED_IN = {"LICENSE.CLI11", "LICENSE.nlohmann-json"}
+# Call nothing of which the compiler knows the sizes.
+NOTHING_TO_CHECK = {"vxmkit.so", "libvxmrecords.so.1", "libvxmrecords.so.1.0.0"}
+WHEEL = {"libvxmkit.so.3": CXX, "libvxmrecords.so.1": CXX, "vxm-explain": CXX}
 # By package, the files in it and what each may need.
 SHIPPED = {
-    "libvxmkit3_*.deb": {"libvxmkit.so.3.*": CXX},
+    "libvxmkit3_*.deb": {"libvxmkit.so.3.*": CXX, "libvxmrecords.so.1.*": CXX},
     "libvxmkit-dev_*.deb": {},
     "vxmkit-tools_*.deb": {"vxm": CXX | OURS | {"libsqlite3.so.0"}, "vxm-explain": CXX},
     "postgresql-*-vxmkit_*.deb": {"vxmkit.so": C | OURS},
+    "vxmkit-doc_*.deb": {},
     "vxmkit-*-windows-x86_64.zip": {"vxmkit.dll": WINDOWS_LIBRARIES,
+                                    "vxmrecords.dll": WINDOWS_LIBRARIES,
                                     "vxm.exe": WINDOWS_LIBRARIES | OURS,
                                     "vxm-explain.exe": WINDOWS_LIBRARIES},
-    "vxmkit-*-linux_*.whl": {"libvxmkit.so.3": CXX, "vxm-explain": CXX},
+    "vxmkit-*-manylinux_*_x86_64.whl": WHEEL,
+    "vxmkit-*-manylinux_*_aarch64.whl": WHEEL,
+    "vxmkit-*-win_amd64.whl": {"vxmkit.dll": WINDOWS_LIBRARIES,
+                               "vxmrecords.dll": WINDOWS_LIBRARIES,
+                               "vxm-explain.exe": WINDOWS_LIBRARIES},
+    "vxmkit-*.tar.gz": {},
 }
 
 
 def unpack(package: Path, folder: Path) -> None:
     if package.suffix == ".deb":
         subprocess.run(["dpkg-deb", "-x", package, folder], check=True)
+    elif package.suffix == ".gz":
+        tarfile.open(package).extractall(folder)
     else:
         zipfile.ZipFile(package).extractall(folder)
+
+
+def dead_links(folder: Path) -> list[str]:
+    """Links of the pages in a package that lead to none of its files."""
+    return [f"{page.name}: no {link}" for page in folder.rglob("*.md")
+            for link in re.findall(r"\]\((?!https?:|#)([^)#\s]+)", page.read_text(encoding="utf-8"))
+            if not (page.parent / link).exists()]
 
 
 def faults(package: Path, expected: dict[str, set[str]], folder: Path) -> list[str]:
@@ -55,7 +76,10 @@ def faults(package: Path, expected: dict[str, set[str]], folder: Path) -> list[s
         found += [f"{path.name}: lacks {what}" for what in lacks(path, fortified=True)
                   if not (what == CHECKED and path.name in NOTHING_TO_CHECK)]
         found += [f"{path.name}: needs {each}" for each in set(needs(path)) - expected[name]]
-    return found + [f"{name}: missing" for name in sorted(unmet)]
+    there = {path.name for path in folder.rglob("LICENSE*")}
+    if "vxm-explain" in {name.removesuffix(".exe") for name in expected}:
+        found += [f"{name}: missing" for name in COMPILED_IN - there]
+    return found + [f"{name}: missing" for name in sorted(unmet)] + dead_links(folder)
 
 
 def main() -> int:

@@ -12,7 +12,7 @@ def test_installed_wheel_works_by_itself(fingers: Path, tmp_path: Path) -> None:
     second = Path(os.environ["VXMRECORDS_LIBRARY"]).with_name("libvxmrecords.so.1")
     subprocess.run([TREE / "scripts/wheel", tmp_path, library, second, os.environ["VXM_EXPLAIN"]],
                    check=True)
-    wheel, = tmp_path.glob("vxmkit-*-py3-none-linux_*.whl")
+    wheel, = tmp_path.glob("vxmkit-*-py3-none-manylinux_*.whl")
     subprocess.run([sys.executable, "-m", "pip", "install", "--quiet", "--no-index", "--no-deps",
                     "--disable-pip-version-check", "--target", tmp_path / "site", wheel],
                    check=True)

@@ -23,9 +23,13 @@ from collections.abc import Callable, Iterator
 from pathlib import Path
 from typing import NamedTuple
 
-import psycopg
-from psycopg import sql
-from tqdm import tqdm
+try:
+    import psycopg
+    from psycopg import sql
+    from tqdm import tqdm
+except ModuleNotFoundError as missing:
+    print(f"vxmkit.load: needs psycopg and tqdm; no {missing.name} here", file=sys.stderr)
+    sys.exit(2)
 
 from .host_program import DONE, LEFT_OUT, run_program
 
