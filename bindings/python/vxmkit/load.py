@@ -20,8 +20,9 @@ import os
 import sqlite3
 import sys
 from collections.abc import Callable, Iterator
+from functools import partial
 from pathlib import Path
-from typing import NamedTuple
+from typing import Any, NamedTuple, Optional
 
 try:
     import psycopg
@@ -59,12 +60,12 @@ class Refusal(Exception):
 
 class Entry(NamedTuple):
     id: str
-    note: str | None
+    note: Optional[str]
     read: Callable[[], bytes]  # raises Refusal
 
 
 class Source(NamedTuple):
-    count: int
+    size: int
     entries: Iterator[Entry]
 
 
@@ -83,7 +84,7 @@ def folder_source(folder: Path) -> Source:
 
     names = sorted(os.path.relpath(os.path.join(parent, name), folder)
                    for parent, _, files in os.walk(folder, onerror=stop) for name in files)
-    return Source(len(names), (Entry(name, None, lambda name=name: read_file(folder / name))
+    return Source(len(names), (Entry(name, None, partial(read_file, folder / name))
                                for name in names))
 
 
@@ -105,7 +106,7 @@ def sqlite_source(path: Path) -> Source:
     table = '"' + table.replace('"', '""') + '"'
     count, = gallery.execute(f"SELECT count(*) FROM {table}").fetchone()
     rows = gallery.execute(f"SELECT id, template, {note or 'NULL'} FROM {table} ORDER BY id")
-    return Source(count, (Entry(str(key), text, lambda value=value: stored_template(value))
+    return Source(count, (Entry(str(key), text, partial(stored_template, value))
                           for key, value, text in rows))
 
 
@@ -117,7 +118,7 @@ def open_source(path: Path) -> Source:
     raise Failure(f"{path}: neither a folder nor a file")
 
 
-def load_batch(server: psycopg.Connection, table: sql.Identifier, batch: list[Entry],
+def load_batch(server: psycopg.Connection[Any], table: sql.Identifier, batch: list[Entry],
                refuse: Callable[[str, str], None]) -> int:
     """Stores what is valid and not there yet, and tells how many rows that were."""
     known = {row[0] for row in server.execute(
@@ -140,7 +141,7 @@ def load_batch(server: psycopg.Connection, table: sql.Identifier, batch: list[En
     return len(ids) - len(invalid)
 
 
-def load(source: Source, server: psycopg.Connection, table: sql.Identifier, batch_size: int) -> int:
+def load(source: Source, server: psycopg.Connection[Any], table: sql.Identifier, batch_size: int) -> int:
     """Loads all of a source; gives the number of templates refused."""
     refused = added = 0
 
@@ -153,12 +154,12 @@ def load(source: Source, server: psycopg.Connection, table: sql.Identifier, batc
     known = server.execute("SELECT to_regclass(%s)", [table.as_string(server)]).fetchone()
     if known == (None,):
         server.execute(sql.SQL(CREATE).format(table=table))
-    with tqdm(total=source.count, unit=" templates", disable=None) as progress:
+    with tqdm(total=source.size, unit=" templates", disable=None) as progress:
         while batch := list(itertools.islice(source.entries, batch_size)):
             with server.transaction():
                 added += load_batch(server, table, batch, refuse)
             progress.update(len(batch))
-    print(f"{added} added, {source.count - added - refused} already there, {refused} refused")
+    print(f"{added} added, {source.size - added - refused} already there, {refused} refused")
     return refused
 
 
