@@ -131,6 +131,9 @@ constexpr int maxScore = InRange<9999, 1, 9999>();
 // Minutiae of a reduced template.
 constexpr int reducedMinutiae = InRange<18, minMinutiae, 200>();
 
+// Minutiae so near to another are crowded and kept last; pixels.
+constexpr int crowdedDistance = InRange<10, 0, 100>();
+
 // Scores from which the second stage runs.
 constexpr int fastModeLimit = InRange<50, 1, maxScore>();
 constexpr int normalModeLimit = InRange<60, 1, maxScore>();

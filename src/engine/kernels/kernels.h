@@ -32,7 +32,9 @@ inline Box BoxOf(const Area& area) {
 // Moved minutiae outside this box are too near to the border to pair; it has the
 // size of the probe's area.
 inline Box PairingBox(const Area& area) {
-  return {6, area.gridWidth * blockSize - 6, 6, area.gridHeight * blockSize - 6};
+  constexpr int margin = EngineParams::borderMargin;
+  return {margin, area.gridWidth * blockSize - margin, margin,
+          area.gridHeight * blockSize - margin};
 }
 
 // Pairings of the first alignment pass, as the second pass takes them.
@@ -46,7 +48,7 @@ struct PairingList {
 
 inline bool PairingHolds(const PairingList& pairings, int k, const Motion& motion, Point shift,
                          int theta) {
-  constexpr int radius = EngineParams::pairDistanceTolerance + 1;
+  constexpr int radius = EngineParams::refinedDistanceTolerance;
   const Point p = Move(motion, {pairings.from[k].x, pairings.from[k].y});
   const int dx = p.x + shift.x - pairings.to[k].x;
   const int dy = p.y + shift.y - pairings.to[k].y;
@@ -72,9 +74,6 @@ struct Neighbourhood {
 constexpr int neighbourRadius2 =
     (EngineParams::neighbourRadius + 1) * (EngineParams::neighbourRadius + 1);
 
-// Minutiae of a template are crowded when another is so near; pixels.
-constexpr int crowdedDistance = 10;
-
 struct Kernels {
   const char* name;
   bool (*runsHere)();  // whether this processor has the instructions
@@ -82,8 +81,8 @@ struct Kernels {
   // Distances and line directions between all minutiae of a template.
   void (*fillPairTables)(TemplateGeometry& geometry);
 
-  // Adds the votes of all reference pairs and the first `lastPair` probe pairs.
-  void (*castVotes)(EngineContext& context, int lastPair, const MatchLimits& limits);
+  // Adds the votes of all reference pairs and the first `votingPairs` probe pairs.
+  void (*castVotes)(EngineContext& context, int votingPairs, const MatchLimits& limits);
 
   // Makes the seeds: each probe minutia with its best-voted mate, the lowest of
   // several, ordered by votes, most first, then by index.

@@ -32,7 +32,7 @@ void FillPairTables(TemplateGeometry& geometry) {
   }
 }
 
-void CastVotes(EngineContext& context, int lastPair, const MatchLimits& limits) {
+void CastVotes(EngineContext& context, int votingPairs, const MatchLimits& limits) {
   const TemplateGeometry& reference = context.referenceGeometry;
   const PairList& pairs = context.probePairs;
   const auto vote = [&](Correspondence c) {
@@ -42,7 +42,8 @@ void CastVotes(EngineContext& context, int lastPair, const MatchLimits& limits) 
     for (int i = 0; i < j; i++) {
       const int length = DistanceOf(reference, i, j);
       if (length <= EngineParams::minPairDistance) continue;
-      const int end = std::min<int>(PairsUpTo(pairs, length + limits.distanceTolerance), lastPair);
+      const int end =
+          std::min<int>(PairsUpTo(pairs, length + limits.distanceTolerance), votingPairs);
       for (int p = PairsUpTo(pairs, length - limits.distanceTolerance - 1); p < end; p++) {
         const Correspondence a = {pairs.pairs[p].first, i};
         const Correspondence b = {pairs.pairs[p].second, j};
@@ -177,12 +178,13 @@ BlockCounts CountBlocks(const Area& probe, const Area& reference, int theta, Poi
 
 void FindCrowded(const MatchWorkspace& workspace, MinutiaBits& crowded) {
   crowded = {};
+  constexpr int crowded2 = EngineParams::crowdedDistance * EngineParams::crowdedDistance;
   for (int i = 0; i < workspace.minutiaCount; i++) {
     int near = 0;
     for (int j = 0; j < workspace.minutiaCount; j++) {
       const int dx = workspace.x[i] - workspace.x[j];
       const int dy = workspace.y[i] - workspace.y[j];
-      near += dx * dx + dy * dy <= crowdedDistance * crowdedDistance ? 1 : 0;
+      near += dx * dx + dy * dy <= crowded2 ? 1 : 0;
     }
     if (near > 1) crowded.Add(i);
   }

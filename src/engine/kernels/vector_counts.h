@@ -9,7 +9,7 @@ using FewInts = hn::CappedTag<int32_t, 8>;
 int SumHolding(const PairingList& pairings, const Motion& motion, Point shift, int theta) {
   const FewInts ints;
   const hn::Rebind<int16_t, FewInts> signedWords;
-  constexpr int radius = EngineParams::pairDistanceTolerance + 1;
+  constexpr int radius = EngineParams::refinedDistanceTolerance;
   constexpr int tolerance = EngineParams::angleTolerance;
   const auto vectorMotion = ForVectors(ints, motion, shift);
   auto sum = hn::Zero(ints);
@@ -95,7 +95,8 @@ Neighbourhood CountNeighbours(const TemplateGeometry& geometry, const MinutiaBit
 void FindCrowded(const MatchWorkspace& workspace, MinutiaBits& crowded) {
   const Ints ints;
   const int count = workspace.minutiaCount;
-  const auto radius2 = hn::Set(ints, crowdedDistance * crowdedDistance + 1);
+  const auto radius2 =
+      hn::Set(ints, EngineParams::crowdedDistance * EngineParams::crowdedDistance + 1);
   alignas(64) Position positions[maxRow] = {};
   for (int i = 0; i < count; i++) positions[i] = {workspace.x[i], workspace.y[i]};
   for (int i = 0; i < count; i += lanesOf<Ints>) {

@@ -131,10 +131,10 @@ void CountAgreeing(EngineContext& context, AgreeingList& list, int count, int to
 
 // The starts of the probe's pairs by length, none of them beyond the last pair that
 // votes; made anew only where some do not.
-inline const uint16_t* VotingStarts(const PairList& pairs, int lastPair, uint16_t* limited) {
-  if (lastPair == pairs.count) return pairs.startAt;
+inline const uint16_t* VotingStarts(const PairList& pairs, int votingPairs, uint16_t* limited) {
+  if (votingPairs == pairs.count) return pairs.startAt;
   for (int d = 0; d < maxDistance + vectorPadding; d++) {
-    limited[d] = std::min(pairs.startAt[d], static_cast<uint16_t>(lastPair));
+    limited[d] = std::min(pairs.startAt[d], static_cast<uint16_t>(votingPairs));
   }
   return limited;
 }
@@ -186,11 +186,11 @@ uint64_t NearlyAgreeing(const CoarseAngles& pairs, unsigned p, const CoarseAngle
 // Goes through the pairs of the reference, with the probe's `most` at a time. `wide` when
 // more than these can be of similar length.
 template <int most, bool wide>
-void CastVotesOf(EngineContext& context, int lastPair, const MatchLimits& limits) {
+void CastVotesOf(EngineContext& context, int votingPairs, const MatchLimits& limits) {
   const TemplateGeometry& reference = context.referenceGeometry;
   const CoarseAngles& probeAngles = context.probePairs.coarse;
   uint16_t limited[maxDistance + vectorPadding];
-  const uint16_t* startAt = VotingStarts(context.probePairs, lastPair, limited);
+  const uint16_t* startAt = VotingStarts(context.probePairs, votingPairs, limited);
   const auto countAgreeing = context.scale == Scale::native ? CountAgreeing<Scale::native>
                                                             : CountAgreeing<Scale::standard>;
   const CoarseGate gate = GateFor(limits.angleTolerance);
@@ -224,12 +224,12 @@ void CastVotesOf(EngineContext& context, int lastPair, const MatchLimits& limits
   countAgreeing(context, list, listed, limits.angleTolerance);
 }
 
-void CastVotes(EngineContext& context, int lastPair, const MatchLimits& limits) {
+void CastVotes(EngineContext& context, int votingPairs, const MatchLimits& limits) {
   const int most = context.probePairs.mostAlike;
   const auto cast = most <= 31   ? CastVotesOf<32, false>
                     : most <= 63 ? CastVotesOf<64, false>
                                  : CastVotesOf<64, true>;
-  cast(context, lastPair, limits);
+  cast(context, votingPairs, limits);
 }
 
 // How many of the keys are smaller than each of those from `own` on.
