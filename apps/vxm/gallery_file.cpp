@@ -121,13 +121,21 @@ void VisitGallery(const std::string& name, const StopCheck& stop,
   InGallery(name, Use::read, stop, [&](GalleryDatabase& gallery) {
     const SQLite::Transaction unchanged(gallery.Get());
     if (!gallery.HasTemplates()) return begin(0);
-    begin(static_cast<size_t>(gallery.Number("SELECT count(*) FROM templates")));
+    // SQLite counts the entries of the index, and finds those of the table.
+    const auto count = static_cast<size_t>(gallery.Number("SELECT count(*) FROM templates"));
+    begin(count);
     SQLite::Statement query(gallery.Get(), SelectEntries(gallery) + "ORDER BY number");
-    for (size_t position = 1; query.executeStep(); ++position) {
+    size_t found = 0;
+    while (query.executeStep()) {
       stop.Here();
       StoredEntry entry = ReadEntry(query);
-      if (entry.id.empty()) entry.id = "entry " + std::to_string(position);
+      if (entry.id.empty()) entry.id = "entry " + std::to_string(found + 1);
       visit(std::move(entry));
+      ++found;
+    }
+    if (found != count) {
+      throw Failure(name + ": is damaged: it counts " + std::to_string(count) +
+                    " templates and holds " + std::to_string(found));
     }
   });
 }

@@ -37,6 +37,10 @@ std::vector<TemplateFile> LoadNamed(const std::string& name, const StopCheck& st
       }
     }
   }
+  if (IsGallery(name)) {
+    throw FileFailure(name,
+                      "is a gallery, and one template is wanted: " + name + ":ID is one of its");
+  }
   return {LoadTemplateFile(name)};
 }
 

@@ -14,8 +14,7 @@ std::string FaultText(const Inspection& inspection) {
 
 TemplateFile RequireTemplate(const std::string& name, Bytes bytes) {
   if (LooksLikeGallery(bytes)) {
-    throw FileFailure(name, "is a gallery or another database, where a template is wanted; " +
-                                name + ":ID is one of a gallery's");
+    throw FileFailure(name, "is a gallery or another database, where a template is wanted");
   }
   if (bytes.size() > largestTemplateFile) {
     throw FileFailure(name, "too large for a template (more than " +

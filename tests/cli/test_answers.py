@@ -40,6 +40,7 @@ ROWS = r"""
 4 | "incomplete"               | and 3 more              | identify 1.vxt bad without.db --json
 2 |                            | file is not a database  | identify 7.vxt head.db
 2 |                            | without the mark of a g | identify 7.vxt mark.db
+2 |                            | is damaged: it counts 2 | identify 1.vxt fewer.db
 2 |                            | of something else       | identify 7.vxt other.db
 2 |                            | of something else       | identify 7.vxt g.db other.db
 2 |                            | no such file            | identify 7.vxt g.db nowhere
@@ -49,7 +50,7 @@ ROWS = r"""
 0 | (ANSI 378                  |                         | verify g.db:007_1 g.db:007_1
 0 | match, score               |                         | verify - g.db:007_1 < 7.vxt
 4 | not compared               | few.vxt: has too few mi | verify 7.vxt few.vxt
-2 |                            | is a gallery or another | verify 7.vxt g.db
+2 |                            | g.db:ID is one of its   | verify 7.vxt g.db
 2 |                            | nobody is not enrolled  | verify 7.vxt g.db:nobody
 0 | gallery, 9 ANSI 378, 9 ISO |                         | info g.db
 2 |                            | /dev/zero: too large    | info /dev/zero
@@ -122,7 +123,10 @@ class Answers(unittest.TestCase):
         self.vxm("enroll odd.db 7.vxt --id 'x\n\t\x1by'")
         good = (self.folder / "g.db").read_bytes()
         (self.folder / "holder").mkdir()
-        for name, content in (("head.db", b"X" + good[1:]), ("empty.db", b""), ("holder/g.db", good),
+        fewer = bytearray(good)  # one in a leaf of the table that nobody finds any more
+        leaf = next(at for at in range(4096, len(good), 4096) if good[at] == 13 and good[at + 4] > 1)
+        fewer[leaf + 4] -= 1
+        for name, content in (("fewer.db", fewer), ("head.db", b"X" + good[1:]), ("empty.db", b""), ("holder/g.db", good),
                               ("mark.db", good[:68] + b"\0" + good[69:]),
                               ("row.db", good), ("without.db", good)):
             (self.folder / name).write_bytes(content)
