@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """What a row costs in PostgreSQL, beside the library called directly.
 
-    bench/postgres_bench.py [BUILD] [--fingers N] [--copies N] [--rounds N]
+    bench/postgres_bench.py [BUILD] [--fingers N] [--copies N] [--rounds N] [--rows-alone]
 
 In a server of its own, with the extension of a build folder (default:
 build/release). Of each measurement the best round counts. What is done by one
@@ -268,6 +268,8 @@ def main() -> None:
     parser.add_argument("--fingers", type=int, default=10000)
     parser.add_argument("--copies", type=int, default=10, help="of each template in a table")
     parser.add_argument("--rounds", type=int, default=5)
+    parser.add_argument("--rows-alone", action="store_true",
+                        help="no storage settings and other servers")
     options = parser.parse_args()
     with tempfile.TemporaryDirectory() as name, \
             private_cluster(*staged(options.build), 3, shared_buffers="1GB", jit="off",
@@ -294,7 +296,7 @@ def main() -> None:
                 bench.row_costs(extension, kind, probe, templates)
                 bench.speed_up(extension, probe)
                 session.execute(f"DROP TABLE {extension}")
-                if extension == "vxt":
+                if extension == "vxt" and not options.rows_alone:
                     bench.storage_costs(probe, templates[:options.fingers])
                     bench.two_servers(cluster, probe, templates)
                     first_use(cluster, probe)
