@@ -38,6 +38,7 @@ class How:
     not_here: str = ""     # why it cannot run
 
 
+LEVEL = "mkdir -p build/level && cd build/level"
 MADE = "mkdir -p build/scores && cd build/scores"
 BLOCKS = {
     "README.md": {
@@ -58,6 +59,17 @@ BLOCKS = {
         "python3 -m vxmkit.evaluate fingers --type iso":
             How("build/demo", before="ln -sf fingers/*.vxt ."),
     },
+    "docs/choosing-a-level.md": {
+        "vxm synth fingers --fingers 30 --impressions 4 --seed 3 --format iso --difficulty easy":
+            How(before=LEVEL),
+        "python3 -m vxmkit.evaluate fingers --out rates --quiet": How(before=LEVEL),
+        "python3 -m vxmkit.identification fingers --out searches --quiet": How(before=LEVEL),
+    },
+    "docs/galleries.md": {
+        'sqlite3 people.db ".backup people-backup.db"':
+            How("build/demo", before="rm -f people.db && vxm enroll people.db fingers/*_1.vxt"),
+        "vxm export people.db out": How("build/demo", before="rm -rf out new.db"),
+    },
     "docs/hosts.md": {
         "cc search.c $(pkg-config --cflags --libs vxmkit) -o search":
             How(before="cd $(mktemp -d) && awk '/^```c$/ {on = 1; next} /^```/ {on = 0} on' "
@@ -72,6 +84,10 @@ BLOCKS = {
         "vxm synth fingers --fingers 100 --impressions 2 --seed 7 --format all": How(before=MADE),
         "python3 -m vxmkit.evaluate DIR --pattern '{finger}_{impression}' --out results":
             How("build/demo", before="ln -sfn fingers DIR"),
+        "python3 -m vxmkit.compare results-a results-b -o both.svg":
+            How(before=f"{MADE} && for type in iso ansi; do python3 -m vxmkit.evaluate fingers "
+                       "--quiet --type $type --out results-$type; done && "
+                       "mv results-iso results-a && mv results-ansi results-b"),
         "vxm synth small --fingers 100 --impressions 4 --seed 7 --area 60 --format all":
             How(before=MADE),
     },
