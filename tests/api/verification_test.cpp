@@ -108,6 +108,7 @@ TEST_F(VerificationTest, NullIsRefusedAndClearsTheOutputs) {
 }
 
 TEST_F(VerificationTest, FewerThanFourMinutiaeScoreNothing) {
+  calls::Set(matcher, VXM_PARAM_SECURITY_LEVEL, 1);
   const made::Minutiae minutiae = {At(20, 20), At(90, 30), At(40, 90), At(100, 110)};
   for (const int type : made::allTypes) {
     ASSERT_EQ(VXM_SetTemplateType(matcher, type), VXM_OK);
@@ -115,6 +116,7 @@ TEST_F(VerificationTest, FewerThanFourMinutiaeScoreNothing) {
     const Bytes three =
         made::Encode(made::Plain(8, 8, {minutiae.begin(), minutiae.begin() + 3}), type);
     EXPECT_GT(Verify(matcher, four, four).score, 0) << type;
+    EXPECT_EQ(calls::Identify(calls::identifyForms[0], matcher, four, {three, four}).output, 1);
     for (const auto& [a, b] : {std::pair(three, three), {three, four}, {four, three}}) {
       EXPECT_EQ(Verify(matcher, a, b), (Answer{VXM_OK, 0, 0})) << type;
     }
