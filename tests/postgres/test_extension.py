@@ -213,20 +213,6 @@ class OneServer(unittest.TestCase):
         self.assertRegex(run.stdout, r"001_1.vxt\|0.\d+\n001_2.vxt\|0.1346\n.*\n(.*\n)?ROLLBACK\n"
                                      r"001_[12].vxt\n001_[12].vxt\n$", run.stderr)
 
-    def test_pieces(self) -> None:
-        load(fingers, self.dsn)
-        self.session.execute("INSERT INTO gallery SELECT id || n, template FROM gallery, "
-                             "generate_series(1, 20) AS n")
-        piece = documented("A piece of a search").replace("10000", "3")
-        pages, = self.session.execute("SELECT pg_relation_size('gallery') / 8192").fetchone()
-        self.assertGreater(pages, 30)
-        found = [row for page in range(0, pages, 3)
-                 for row in self.session.execute(piece, {"p1": finger("001_1.iso"), "p2": page})]
-        self.assertEqual(len(set(found)), len(found))
-        self.assertEqual(len(found), 42)
-        plan = self.session.execute("EXPLAIN " + piece, {"p1": b"", "p2": 0}).fetchone()
-        self.assertIn("Tid Range Scan", plan[0])
-
     def test_loader_refuses_and_resumes(self) -> None:
         source = folder / "mixed"
         (source / "below").mkdir(parents=True)

@@ -25,6 +25,10 @@ def setUpModule() -> None:
         session.execute("CREATE EXTENSION vxmkit; CREATE TABLE rows (id integer, template bytea)")
 
 
+def read(name: str) -> bytes:
+    return (fingers / name).read_bytes()
+
+
 def fill(session: psycopg.Connection, templates: list[bytes]) -> None:
     session.execute("TRUNCATE rows")
     with session.cursor().copy("COPY rows FROM STDIN") as copy:
@@ -39,7 +43,7 @@ class Answers(unittest.TestCase):
         kinds = {2001: "vxt", 2002: "iso", 2003: "ansi"}
         rows = [b"FMR", b"FMR\0 20\0\1\1"]
         for suffix in kinds.values():
-            whole = [(fingers / f"001_{i}.{suffix}").read_bytes() for i in (1, 2)]
+            whole = [read(f"001_{i}.{suffix}") for i in (1, 2)]
             rows += [whole[1][:size] for size in range(len(whole[1]) + 1)]
             for _ in range(2000):
                 row = bytearray(random.choice(whole))
@@ -65,7 +69,7 @@ class Answers(unittest.TestCase):
             fill(session, rows)
             for kind, suffix in kinds.items():
                 library.VXM_SetTemplateType(matcher, kind)
-                probe = (fingers / f"001_1.{suffix}").read_bytes()
+                probe = read(f"001_1.{suffix}")
                 answers = [library_finds(probe, row) for row in rows]
                 for query, expected in (
                         ("SELECT id FROM rows WHERE vxm_matches(%b, template)", 0),
@@ -103,6 +107,44 @@ class Upgrade(unittest.TestCase):
             best, = session.execute("SELECT vxm_best(template, 1, template, 1) FROM gallery "
                                     "WHERE id = '001_1.iso'").fetchone()
             self.assertIn("(1,", str(best))
+
+
+class Documented(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls) -> None:
+        with cluster.connect() as session:
+            session.execute("CREATE DATABASE documented")
+        cls.dsn = cluster.dsn(0, "documented")
+        cls.session = cls.enterClassContext(cluster.connect(0, "documented"))
+        cls.session.execute(documented("A gallery"))
+
+    def test_several_fingers_a_person(self) -> None:
+        self.session.execute(documented("Fingers of people"))
+        for i in range(6):
+            self.session.execute("INSERT INTO person_finger VALUES (%s, %s, %b)",
+                                 [f"person {i // 2}", i % 2, read(f"00{i + 1}_1.iso")])
+        values = {"p1": [read("003_2.iso"), read("004_2.iso")], "p2": [0, 1], "p3": "person 1"}
+        one, = self.session.execute(documented("A person's fingers, one to one"), values)
+        single = [self.session.execute("SELECT vxm_score(%b, %b)", [
+            read(f"{name}_2.iso"), read(f"{name}_1.iso")]).fetchone()[0] for name in ("003", "004")]
+        self.assertAlmostEqual(one[0], sum(single), 5)
+        self.assertEqual(one[1], max(single))
+        many = self.session.execute(documented("A person's fingers, one to many"), values).fetchall()
+        self.assertEqual((len(many), many[0]), (3, ("person 1", *one)))
+
+    def test_pieces(self) -> None:
+        load(fingers, self.dsn)
+        self.session.execute("INSERT INTO gallery SELECT id || n, template FROM gallery, "
+                             "generate_series(1, 20) AS n")
+        piece = documented("A piece of a search").replace("10000", "3")
+        pages, = self.session.execute("SELECT pg_relation_size('gallery') / 8192").fetchone()
+        self.assertGreater(pages, 30)
+        found = [row for page in range(0, pages, 3)
+                 for row in self.session.execute(piece, {"p1": read("001_1.iso"), "p2": page})]
+        self.assertEqual(len(set(found)), len(found))
+        self.assertEqual(len(found), 42)
+        plan = self.session.execute("EXPLAIN " + piece, {"p1": b"", "p2": 0}).fetchone()
+        self.assertIn("Tid Range Scan", plan[0])
 
 
 class Interrupts(unittest.TestCase):
