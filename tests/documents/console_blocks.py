@@ -52,6 +52,7 @@ BLOCKS = {
         "cc host.c $(pkg-config --cflags --libs vxmkit) -o host":
             How(before=f"cd $(mktemp -d) && {HOST} > host.c", after="./host"),
         "scripts/package windows": How(not_here="CI's section of packages makes the zip"),
+        "scripts/package javascript": How(not_here="CI's section of packages makes them"),
         "cl /I vxmkit\\include host.c vxmkit\\lib\\vxmkit.lib":
             How(not_here="Microsoft's compiler; header.cmake has another in its place"),
     },

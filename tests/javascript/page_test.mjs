@@ -113,7 +113,7 @@ test("two templates: score, pairing and the explanation of vxm-explain", SLOW, a
   await page.getByRole("button", { name: "Turn by 180° 042_1.ansi" }).click();
   await says("Compared: No match");
   const download = page.waitForEvent("download");
-  await page.getByRole("button", { name: "Save 042_1-turned.ansi" }).click();
+  await page.getByRole("button", { name: "Save 042_1-turned.ansi", exact: true }).click();
   const saved = readFileSync(await (await download).path());
   assert.deepEqual(saved, Buffer.from((await vxmkit.Matcher.create()).rotate(touch(42, 1, 2003))));
   await end();
@@ -131,6 +131,36 @@ test("what is no template is named with the reason", SLOW, async () => {
   }
   await page.setInputFiles("#files", [file("a.iso", iso), file("b.vxt", touch(1, 1))]);
   await page.locator("#faults", { hasText: "a.iso is ISO 19794-2, b.vxt is native" }).waitFor();
+  await end();
+});
+
+test("records of any form are taken, and converted", SLOW, async () => {
+  const { page, says, drop, end } = await openPage();
+  const image = { width: 0, height: 0, resolution: 0 };
+  const [probe, candidate] = [1, 2].map((i) => touch(42, i, 2002));
+  const as = (wanted) => inside.convert(probe, { form: 4, wanted, image, view: -1, resolution: 0 }).bytes;
+  const matcher = await vxmkit.Matcher.create({ templateType: 2002 });
+  const expected = `Score ${matcher.verify(probe, candidate).score.toFixed(4)}, `;
+  await drop([file("new.iso", as(5)), file("old.iso", candidate)]);
+  await says("Compared: Match");
+  assert.match(await page.locator(".converted").innerText(), /^converted from iso-2011/);
+  assert.ok((await page.locator(".verdict").innerText()).includes(expected));
+  const download = page.waitForEvent("download");
+  await page.getByLabel("Form to convert old.iso into").selectOption("ISO 19794-2:2011");
+  await page.getByRole("button", { name: "Convert and save old.iso" }).click();
+  const saved = readFileSync(await (await download).path());
+  assert.equal(inside.tellForm(saved), 5);
+  await says("Saved as ISO 19794-2:2011");
+
+  await page.locator("summary", { hasText: "Files without a header" }).click();
+  await page.selectOption("#headerless", "minutia text (xyt)");
+  await drop([file("text.xyt", as(8)), file("old.iso", candidate)]);
+  await page.locator("#faults", { hasText: "text.xyt: " }).waitFor();
+  await page.fill("#image-width", String((probe[14] << 8) | probe[15]));
+  await page.fill("#image-height", String((probe[16] << 8) | probe[17]));
+  await drop([file("text.xyt", as(8)), file("old.iso", candidate)]);
+  await page.locator(".converted", { hasText: "converted from xyt" }).waitFor();
+  await says("Compared: Match");
   await end();
 });
 

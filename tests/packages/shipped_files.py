@@ -43,13 +43,15 @@ SHIPPED = {
                                "vxmrecords.dll": WINDOWS_LIBRARIES,
                                "vxm-explain.exe": WINDOWS_LIBRARIES},
     "vxmkit-*.tar.gz": {},
+    "vxmkit-[0-9]*.tgz": {},
+    "vxmkit-page-*.zip": {},
 }
 
 
 def unpack(package: Path, folder: Path) -> None:
     if package.suffix == ".deb":
         subprocess.run(["dpkg-deb", "-x", package, folder], check=True)
-    elif package.suffix == ".gz":
+    elif package.suffix in (".gz", ".tgz"):
         tarfile.open(package).extractall(folder)
     else:
         zipfile.ZipFile(package).extractall(folder)

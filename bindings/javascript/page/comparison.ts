@@ -2,11 +2,13 @@
 import { THRESHOLDS } from "../src/constants.js";
 import { button, html, table } from "./dom.js";
 import { save } from "./files.js";
+import { type Form, formOf, FORMS } from "./forms.js";
 import { minutiaTable, picture } from "./picture.js";
 import type { Comparison, Template } from "./protocol.js";
 
 export interface CardActions {
   onTurn(): void;
+  onConvert(form: Form): void;
   onRemove(): void;
 }
 
@@ -23,6 +25,17 @@ function facts({ told }: Template): string {
   return `${format}, ${size} bytes, ${minutiae.length} minutiae${used}, ${area}, attribute ${attribute}`;
 }
 
+/** A choice of forms, and the button that converts into it and saves. */
+function conversion(template: Template, actions: CardActions): HTMLElement[] {
+  const own = formOf(template.type);
+  if (own === null) return [];
+  const forms = FORMS.filter(({ id }) => id !== own);
+  const choice = html("select", { "aria-label": `Form to convert ${template.name} into` },
+    ...forms.map(({ name }) => html("option", {}, name)));
+  return [choice, button("Convert and save", () => actions.onConvert(forms[choice.selectedIndex] as Form),
+    { "aria-label": `Convert and save ${template.name}` })];
+}
+
 /** A template's name, facts and buttons. */
 export function card(template: Template, role: string, actions: CardActions): HTMLElement {
   const { name } = template;
@@ -30,10 +43,12 @@ export function card(template: Template, role: string, actions: CardActions): HT
   return html("section", { class: "card", "aria-label": `${role}: ${name}` },
     html("h3", {}, `${role}: ${name}`),
     html("p", {}, facts(template)),
+    ...(template.converted === null ? [] : [html("p", { class: "converted" }, template.converted)]),
     html("div", { class: "row" },
       button("Turn by 180°", actions.onTurn, named("Turn by 180°")),
       button("Save", () => save(name, template.bytes as BlobPart), named("Save")),
-      button("Remove", actions.onRemove, named("Remove"))));
+      button("Remove", actions.onRemove, named("Remove")),
+      ...conversion(template, actions)));
 }
 
 /** The drawing, laid out anew when there is more or less room. */

@@ -2,8 +2,9 @@
 import { type TemplateType } from "../src/constants.js";
 import { card, details, drawing, legend, verdict } from "./comparison.js";
 import { byId, html } from "./dom.js";
-import { chosenFiles, droppedFiles } from "./files.js";
-import type { Comparison, NamedBytes, Progress, Template } from "./protocol.js";
+import { chosenFiles, droppedFiles, save } from "./files.js";
+import { FORMS } from "./forms.js";
+import type { Comparison, Headerless, NamedBytes, Progress, Template } from "./protocol.js";
 import { ScoreSet } from "./score_set.js";
 import { run, stopAll, StoppedError } from "./tasks.js";
 
@@ -70,6 +71,11 @@ function showPair(): void {
     onTurn: () => void during(`Turning ${template.name}`, async () => {
       pair = pair.with(i, await run("turn", template));
       return comparePair();
+    }),
+    onConvert: (form) => void during(`Converting ${template.name}`, async () => {
+      const { bytes, losses } = await run("convert", { template, form: form.id });
+      save(template.name.replace(/(\.[^./]*)?$/, form.suffix), bytes as BlobPart);
+      return `Saved as ${form.name}${losses.length === 0 ? ", nothing lost" : `: ${losses.join(", ")}`}`;
     }),
     onRemove: () => {
       pair = pair.filter((_, index) => index !== i);
@@ -147,10 +153,19 @@ async function compareSet(templates: readonly Template[], faults: string[]): Pro
 
 // ---- Files
 
+/** What the page says that files without a header are. */
+function headerless(): Headerless {
+  const number = (id: string): number => Math.min(65535, Number(byId<HTMLInputElement>(id).value) || 0);
+  return {
+    form: Number(byId<HTMLSelectElement>("headerless").value), width: number("image-width"),
+    height: number("image-height"), resolution: number("image-resolution"),
+  };
+}
+
 async function receive(files: NamedBytes[], asSet: boolean): Promise<void> {
   await during("Reading files", async () => {
     showFaults([]);
-    const loaded = await run("load", files, showProgress);
+    const loaded = await run("load", { files, headerless: headerless() }, showProgress);
     const templates = loaded.filter((each): each is Template => "told" in each);
     const faults = loaded.flatMap((each) => ("fault" in each ? [`${each.name}: ${each.fault}`] : []));
     showFaults(faults);
@@ -168,6 +183,8 @@ function takeFrom(input: HTMLInputElement, asSet: boolean): void {
   });
 }
 
+byId("headerless").append(...FORMS.filter((form) => form.headerless).map(({ id, name }) =>
+  html("option", { value: id }, name)));
 for (const kind of ["pair", "strangers", "set"] as const) {
   byId(`example-${kind}`).addEventListener("click", () => {
     void run("example", kind).then((files) => receive(files, kind === "set"));

@@ -1,6 +1,6 @@
 /** What the page and its worker say to each other. */
 import type { TemplateType } from "../src/constants.js";
-import type { Explained, Told } from "./inside.js";
+import type { Explained, Image, Told } from "./inside.js";
 
 /** A file, as it came. */
 export interface NamedBytes {
@@ -12,6 +12,14 @@ export interface NamedBytes {
 export interface Template extends NamedBytes {
   type: TemplateType;
   told: Told;
+  /** Of a record of a form that the matcher does not compare: what it was, and what was
+   * lost when it was converted. */
+  converted: string | null;
+}
+
+/** What files without a header are to be read as; form 0: as templates. */
+export interface Headerless extends Image {
+  form: number;
 }
 
 export interface Comparison {
@@ -30,9 +38,11 @@ export interface Row {
 /** The tasks of the worker: what each takes and gives. */
 export interface Tasks {
   /** Templates, or of each file why it is none. */
-  load(files: NamedBytes[]): (Template | { name: string; fault: string })[];
+  load(files: { files: NamedBytes[]; headerless: Headerless }): (Template | { name: string; fault: string })[];
   compare(pair: [Template, Template]): Comparison;
   turn(template: Template): Template;
+  /** A record in another form, and what is lost by that. */
+  convert(wish: { template: Template; form: number }): { bytes: Uint8Array; losses: string[] };
   /** Made templates to try the page with. */
   example(kind: "pair" | "strangers" | "set"): NamedBytes[];
   /** Every template with every other; the rows come as progress. */

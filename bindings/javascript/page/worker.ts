@@ -2,16 +2,21 @@
 import { TemplateType } from "../src/constants.js";
 import { Matcher } from "../src/matcher.js";
 import { detectType } from "../src/template_format.js";
-import { Inside, type Making } from "./inside.js";
-import type { Answer, Comparison, NamedBytes, Progress, Request, Template } from "./protocol.js";
+import { comparable, formOf } from "./forms.js";
+import { type Converted, Inside, type Making } from "./inside.js";
+import type { Answer, Comparison, Given, Headerless, NamedBytes, Progress, Request, Taken, Template } from "./protocol.js";
 
 interface Scope {
   onmessage: ((event: MessageEvent<Request>) => void) | null;
   postMessage(answer: Answer): void;
 }
 
+type Loaded = Template | { name: string; fault: string };
+
 const scope = self as unknown as Scope;
 const MOST_BYTES = 65535; // of a file that can be a template
+const USUAL_RESOLUTION = 197; // pixels per centimetre: 500 dpi
+const AS_TEMPLATES: Headerless = { form: 0, width: 0, height: 0, resolution: 0 };
 const TICK = 40; // milliseconds between two looks at the messages
 
 const inside = Inside.start();
@@ -44,24 +49,45 @@ class Pace {
   }
 }
 
-async function loadOne({ name, bytes }: NamedBytes): Promise<Template | { name: string; fault: string }> {
-  if (bytes.length > MOST_BYTES) return { name, fault: `has more than ${MOST_BYTES} bytes` };
-  const told = (await inside).tell(name, bytes);
-  if ("fault" in told) return { name, fault: told.fault };
-  const type = detectType(bytes);
-  const taking = await matcher;
-  taking.templateType = type;
-  taking.verify(bytes, bytes);
-  return { name, bytes, type, told };
+/** Records of later forms and of forms without a header, as one that the matcher
+ * compares: their first view, at the resolution of the matcher. */
+function comparableRecord(using: Inside, bytes: Uint8Array, headerless: Headerless): Converted | null {
+  const form = using.tellForm(bytes) || headerless.form;
+  const wanted = comparable(form);
+  if (wanted === null) return null;
+  return using.convert(bytes, { form, wanted, image: headerless, view: 0, resolution: USUAL_RESOLUTION });
 }
 
-async function load(files: NamedBytes[], pace: Pace): Promise<(Template | { name: string; fault: string })[]> {
-  const loaded = [];
+async function loadOne({ name, bytes }: NamedBytes, headerless: Headerless): Promise<Loaded> {
+  if (bytes.length > MOST_BYTES) return { name, fault: `has more than ${MOST_BYTES} bytes` };
+  const using = await inside;
+  const record = comparableRecord(using, bytes, headerless);
+  const taken = record?.bytes ?? bytes;
+  const told = using.tell(name, taken);
+  if ("fault" in told) return { name, fault: told.fault };
+  const type = detectType(taken);
+  const taking = await matcher;
+  taking.templateType = type;
+  taking.verify(taken, taken);
+  const converted = record === null ? null : [`converted from ${record.from}`, ...record.losses].join(", ");
+  return { name, bytes: taken, type, told, converted };
+}
+
+async function load({ files, headerless }: Taken<"load">, pace: Pace): Promise<Loaded[]> {
+  const loaded: Loaded[] = [];
   for (const file of files) {
-    loaded.push(await loadOne(file).catch((error: unknown) => ({ name: file.name, fault: textOf(error) })));
+    loaded.push(await loadOne(file, headerless).catch((error: unknown) =>
+      ({ name: file.name, fault: textOf(error) })));
     await pace.beat(() => ({ done: loaded.length, total: files.length, rows: [] }));
   }
   return loaded;
+}
+
+async function convert({ template, form: wanted }: Taken<"convert">): Promise<Given<"convert">> {
+  const form = formOf(template.type);
+  if (form === null) throw new Error("a native template is no record that can be converted");
+  const image = { width: 0, height: 0, resolution: 0 };
+  return (await inside).convert(template.bytes, { form, wanted, image, view: -1, resolution: 0 });
 }
 
 async function compare([probe, reference]: [Template, Template]): Promise<Comparison> {
@@ -77,7 +103,7 @@ async function compare([probe, reference]: [Template, Template]): Promise<Compar
 
 async function turn(template: Template): Promise<Template> {
   const bytes = (await matcher).rotate(template.bytes);
-  const turned = await loadOne({ name: nameOfTurned(template.name), bytes });
+  const turned = await loadOne({ name: nameOfTurned(template.name), bytes }, AS_TEMPLATES);
   if ("fault" in turned) throw new Error(turned.fault);
   return turned;
 }
@@ -137,6 +163,7 @@ async function run(request: Exclude<Request, { stop: number }>): Promise<Answer>
     case "load": return { id, given: await load(request.taken, pace) };
     case "compare": return { id, given: await compare(request.taken) };
     case "turn": return { id, given: await turn(request.taken) };
+    case "convert": return { id, given: await convert(request.taken) };
     case "example": return { id, given: await example(request.taken) };
     case "scores": return { id, given: await scores(request.taken, pace) };
   }
