@@ -1,7 +1,8 @@
 # Highway's headers, with which the vector forms of the inner loops are written; nothing
 # of it is linked. Compilers for other systems find it too, for it holds no code of any
 # one system; a folder with these headers alone keeps the other headers beside them away.
-find_path(VXM_HIGHWAY hwy/highway.h NO_CMAKE_FIND_ROOT_PATH
+find_path(VXM_HIGHWAY hwy/highway.h
+  PATHS /usr/local/include /usr/include NO_CMAKE_FIND_ROOT_PATH
   DOC "Folder that holds hwy/highway.h")
 if(NOT VXM_HIGHWAY)
   message(FATAL_ERROR "Highway's headers are missing (Debian's libhwy-dev; or name their "
