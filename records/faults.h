@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <string>
+#include <type_traits>
 
 #include "vxmrecords.h"
 
@@ -11,9 +12,10 @@ namespace vxr {
 
 inline void Append(std::string& text, const char* part) { text += part; }
 inline void Append(std::string& text, const std::string& part) { text += part; }
-inline void Append(std::string& text, size_t part) { text += std::to_string(part); }
-inline void Append(std::string& text, uint32_t part) { text += std::to_string(part); }
-inline void Append(std::string& text, int part) { text += std::to_string(part); }
+template <class Number, std::enable_if_t<std::is_integral_v<Number>, int> = 0>
+void Append(std::string& text, Number part) {
+  text += std::to_string(part);
+}
 
 template <class... Parts>
 std::string Join(const Parts&... parts) {
