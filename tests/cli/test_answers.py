@@ -20,7 +20,7 @@ from pathlib import Path
 
 PAGE = (Path(__file__).parents[2] / "apps/vxm/vxm.1").read_text(encoding="utf-8")
 CODES = set(map(int, re.findall(r"^\.It (\d)$", PAGE, re.MULTILINE)))
-DEEP = "/".join(["a folder with a long name " * 4] * 4)  # more than Windows takes at once
+DEEP = "/".join([" ".join(["a folder with a long name"] * 4)] * 4)  # more than Windows takes at once
 
 # Exit code, what is on standard output and on standard error, the command, run one after
 # the other. Those with galleries are left out of a build without them; "> full" and
