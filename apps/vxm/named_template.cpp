@@ -9,9 +9,9 @@ namespace {
 
 std::vector<TemplateFile> LoadEnrolled(const std::string& gallery, const std::string& id,
                                        const StopCheck& stop) {
+  const std::string name = gallery + ":" + id;
   std::vector<TemplateFile> templates;
   for (StoredEntry& entry : EntriesOfId(gallery, id, stop)) {
-    const std::string name = gallery + ":" + id;
     if (!entry.fault.empty()) throw FileFailure(name, entry.fault);
     templates.push_back({name, std::move(entry.bytes), std::move(entry.inspection)});
   }
