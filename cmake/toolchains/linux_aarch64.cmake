@@ -1,13 +1,3 @@
-# Linux on 64-bit ARM, by Debian's cross compiler; its programs run here by qemu.
-set(CMAKE_SYSTEM_NAME Linux)
+# Linux on 64-bit ARM.
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
-set(triplet aarch64-linux-gnu)
-set(CMAKE_C_COMPILER ${triplet}-gcc)
-set(CMAKE_CXX_COMPILER ${triplet}-g++)
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64-static;-L;/usr/${triplet})
-
-# Headers, libraries and packages for that processor alone.
-set(CMAKE_FIND_ROOT_PATH /usr/${triplet})
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+include(${CMAKE_CURRENT_LIST_DIR}/linux_cross.cmake)

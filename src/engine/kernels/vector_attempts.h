@@ -100,7 +100,7 @@ VectorMotion<D> ForVectors(D ints, const Motion& motion, Point shift) {
 // One coordinate of moved positions, by its row of the motion.
 template <class D>
 hn::Vec<D> Coordinate(D ints, hn::Vec<WordsOf<D>> xy, hn::Vec<WordsOf<D>> row) {
-  return hn::ShiftRight<10>(SumOfProducts(ints, xy, row, hn::Set(ints, 512)));
+  return hn::ShiftRight<10>(hn::Add(SumOfProducts(ints, xy, row), hn::Set(ints, 512)));
 }
 
 template <class D>

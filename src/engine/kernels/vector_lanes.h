@@ -36,24 +36,24 @@ hn::Vec<WordsOf<D>> Pack(D /*ints*/, hn::Vec<D> x, hn::Vec<D> y) {
   return hn::OddEven(hn::BitCast(words, hn::ShiftLeft<16>(y)), hn::BitCast(words, x));
 }
 
-// In each lane the two products of words, added to the start.
+// In each lane the sum of the two products of words.
 template <class D>
-hn::Vec<D> SumOfProducts(D ints, hn::Vec<WordsOf<D>> a, hn::Vec<WordsOf<D>> b, hn::Vec<D> start) {
+hn::Vec<D> SumOfProducts(D ints, hn::Vec<WordsOf<D>> a, hn::Vec<WordsOf<D>> b) {
   hn::Vec<D> odd = hn::Zero(ints);
-  const hn::Vec<D> even = hn::ReorderWidenMulAccumulate(ints, a, b, start, odd);
+  const hn::Vec<D> even = hn::ReorderWidenMulAccumulate(ints, a, b, hn::Zero(ints), odd);
   return hn::RearrangeToOddPlusEven(even, odd);
 }
 
 template <class D>
 hn::Vec<D> SquaredLength(D ints, hn::Vec<WordsOf<D>> xy) {
-  return SumOfProducts(ints, xy, xy, hn::Zero(ints));
+  return SumOfProducts(ints, xy, xy);
 }
 
 // The product of ints that fit words, neither of them negative.
 template <class D>
 hn::Vec<D> ShortProduct(D ints, hn::Vec<D> a, hn::Vec<D> b) {
   const WordsOf<D> words;
-  return SumOfProducts(ints, hn::BitCast(words, a), hn::BitCast(words, b), hn::Zero(ints));
+  return SumOfProducts(ints, hn::BitCast(words, a), hn::BitCast(words, b));
 }
 
 // 0, 1, 2, ... from memory; what Highway has is not yet a constant to gcc 12, which makes
