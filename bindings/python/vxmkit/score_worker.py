@@ -29,6 +29,7 @@ from .library import load, require_ok
 from .pairs import Indices
 
 _COUNT = struct.Struct("=q")
+_AT_ONCE = 1024
 
 
 class WorkerError(RuntimeError):
@@ -63,9 +64,13 @@ class Comparer:
         self._library.VXM_Delete(self._matcher)
 
     def compare(self, probes: Indices, candidates: Indices) -> NDArray[np.int16]:
+        """Some at a time, so that the arguments stay in the processor's cache."""
+        parts = [self._compare(probes[start:start + _AT_ONCE], candidates[start:start + _AT_ONCE])
+                 for start in range(0, len(probes), _AT_ONCE)]
+        return np.concatenate([np.empty(0, dtype=np.int16), *parts])
+
+    def _compare(self, probes: Indices, candidates: Indices) -> NDArray[np.int16]:
         count = len(probes)
-        if count == 0:
-            return np.empty(0, dtype=np.int16)
         scores = np.zeros(count, dtype=np.float32)
         first = ctypes.c_float.from_address(scores.ctypes.data)
         decision = ctypes.byref(ctypes.c_int())
