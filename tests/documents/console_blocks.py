@@ -60,7 +60,7 @@ BLOCKS = {
         "python3 -m vxmkit.evaluate fingers --type iso":
             How("build/demo", before="ln -sf fingers/*.vxt ."),
     },
-    "docs/choosing-a-level.md": {
+    "docs/tutorial.md": {
         "vxm synth fingers --fingers 30 --impressions 4 --seed 3 --format iso --difficulty easy":
             How(before=LEVEL),
         "python3 -m vxmkit.evaluate fingers --out rates --quiet": How(before=LEVEL),

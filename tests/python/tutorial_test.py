@@ -1,4 +1,4 @@
-"""What docs/choosing-a-level.md shows runs from its beginning to its end."""
+"""What docs/tutorial.md shows runs from its beginning to its end."""
 import os
 import re
 import shlex
@@ -9,7 +9,7 @@ from typing import Any
 
 import pytest
 
-PAGE = Path(__file__).parents[2] / "docs/choosing-a-level.md"
+PAGE = Path(__file__).parents[2] / "docs/tutorial.md"
 
 
 def test_page(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
