@@ -119,8 +119,8 @@ int ParseAndRun(CLI::App& program, int argc, char** argv, const int& exitCode) {
 CLI::Validator WholeNumber(int64_t low, uint64_t high) {
   return CLI::Validator(
       [low, high](std::string& text) {
-        const std::string fault = "'" + text + "' is no whole number from " + std::to_string(low) +
-                                  " to " + std::to_string(high);
+        std::string fault = "'" + text + "' is no whole number from " + std::to_string(low) +
+                            " to " + std::to_string(high);
         const bool negative = text.rfind('-', 0) == 0;
         const std::string digits = text.substr(negative ? 1 : 0);
         if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos) {
