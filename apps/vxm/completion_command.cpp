@@ -77,8 +77,8 @@ void AddCompletion(CLI::App& program, int& exitCode) {
       "Example: source <(vxm completion bash)");
   auto shell = std::make_shared<Shell>();
   AddName(*command, "SHELL", *shell, shells, "Shell")->required();
-  command->callback([&program, &exitCode] {
-    PrintBash(program);
+  command->callback([shell, &program, &exitCode] {
+    if (*shell == Shell::bash) PrintBash(program);
     exitCode = ExitCode::success;
   });
 }
