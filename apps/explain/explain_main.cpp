@@ -44,9 +44,9 @@ int Run(int argc, char** argv) {
   program.add_flag("--json", json, "Print JSON");
   program.callback([&] {
     if (reference.empty()) {
-      ExplainOne(LoadForEngine(LoadTemplateFile(probe)), json);
+      ExplainOne(LoadForEngine(LoadTemplateFile(probe, Intake::refuse)), json);
     } else {
-      ExplainTwo(LoadForEngine(LoadTemplateFile(probe)), LoadForEngine(LoadTemplateFile(reference)),
+      ExplainTwo(LoadForEngine(LoadTemplateFile(probe, Intake::refuse)), LoadForEngine(LoadTemplateFile(reference, Intake::refuse)),
                  json);
     }
   });

@@ -10,6 +10,7 @@ void AddSynth(CLI::App& program, int& exitCode);
 void AddRotate(CLI::App& program, int& exitCode);
 void AddIdentify(CLI::App& program, int& exitCode);
 void AddCompletion(CLI::App& program, int& exitCode);
+void AddConvert(CLI::App& program, int& exitCode);
 
 // Those of galleries: none in a build without SQLite.
 void AddGalleryCommands(CLI::App& program, int& exitCode);

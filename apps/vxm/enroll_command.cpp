@@ -10,6 +10,7 @@
 #include "json_output.h"
 #include "program.h"
 #include "progress.h"
+#include "usage.h"
 
 namespace {
 
@@ -22,12 +23,14 @@ struct EnrollOptions {
   bool skip = false;
   bool unmatchable = false;
   bool json = false;
+  bool noConvert = false;
 };
 
 struct Batch {
   std::vector<GalleryEntry> entries;
   std::vector<LeftOut> refused;
   std::vector<LeftOut> unmatchable;  // and yet among the entries
+  std::vector<LeftOut> converted;    // and how
 };
 
 class BatchLoader {
@@ -37,7 +40,8 @@ class BatchLoader {
   // Refuses what is no template, what can never match, and a second one of an id.
   void Load(const std::string& name) {
     try {
-      TemplateFile file = LoadTemplateFile(name);
+      TemplateFile file =
+          LoadTemplateFile(name, options_.noConvert ? Intake::refuse : Intake::convert);
       const Format format = file.inspection.format;
       const std::string id = options_.id ? *options_.id : IdOf(name);
       const std::string reason = Unmatchable(file.inspection);
@@ -46,6 +50,7 @@ class BatchLoader {
         throw FileFailure(name,
                           "is a second template of the id " + id + " (" + NameOf(format) + ")");
       }
+      NoteConverted(file, batch.converted);
       if (!reason.empty()) batch.unmatchable.push_back({name, reason});
       batch.entries.push_back({id, format, std::move(file.bytes), options_.note, ""});
     } catch (const FileFailure& failure) {
@@ -94,6 +99,7 @@ void Report(const EnrollOptions& options, const Batch& batch, const Enrolment& d
                {"enrolled", done.added},
                {"replaced", done.replaced},
                {"skipped", options.skip ? LeftOutJson(done.known) : Json::array()},
+               {"converted", LeftOutJson(batch.converted)},
                {"refused", LeftOutJson(batch.refused)},
                {"unmatchable", LeftOutJson(batch.unmatchable)},
                {"total", done.total}});
@@ -114,6 +120,7 @@ int Enroll(const EnrollOptions& options) {
     if (RuleOf(options) == KnownId::refuse) batch.refused = done.known;
   }
   const bool changed = batch.refused.empty();
+  TellLeftOut("converted", batch.converted);
   TellLeftOut("warning", batch.unmatchable);
   TellLeftOut("refused", batch.refused);
   TellLeftOut("skipped", options.skip ? done.known : std::vector<LeftOut>());
@@ -145,6 +152,7 @@ void AddEnroll(CLI::App& program, int& exitCode) {
       ->excludes(replace);
   command->add_flag("--unmatchable", options->unmatchable,
                     "Take also what can never match: too few minutiae");
+  AddNoConvert(*command, options->noConvert);
   command->add_flag("--json", options->json, "Print JSON");
   command->callback([options, &exitCode] { exitCode = Enroll(*options); });
 }

@@ -20,14 +20,15 @@ struct OtherFormat {
 
 class Loader {
  public:
-  Loader(const TemplateFile& probe, const StopCheck& stop, Gallery& gallery)
-      : probe_(probe), stop_(stop), gallery_(gallery) {}
+  Loader(const TemplateFile& probe, const StopCheck& stop, Intake intake, Gallery& gallery)
+      : probe_(probe), stop_(stop), intake_(intake), gallery_(gallery) {}
 
   void LoadFile(const std::string& name) {
     try {
       Bytes bytes = ReadStart(name);
       if (LooksLikeGallery(bytes)) return LoadEntries(name);
-      TemplateFile file = RequireTemplate(name, std::move(bytes));
+      TemplateFile file = RequireTemplate(name, std::move(bytes), intake_);
+      NoteConverted(file, gallery_.converted);
       Take(name, WithoutSuffix(name), noGallery, std::move(file.bytes), file.inspection);
     } catch (const FileFailure& failure) {
       gallery_.leftOut.push_back({failure.name, failure.reason});
@@ -81,8 +82,12 @@ class Loader {
         name, stop_,
         [&](size_t count) { progress = std::make_unique<Progress>("loading " + name, count); },
         [&](StoredEntry&& entry) {
+          const std::string shown = name + ":" + entry.id;
+          const std::string converted =
+              TakeInStored(shown, entry.bytes, entry.inspection, entry.fault, intake_);
+          if (!converted.empty()) gallery_.converted.push_back({shown, converted});
           if (!entry.fault.empty()) {
-            gallery_.leftOut.push_back({name + ":" + entry.id, entry.fault});
+            gallery_.leftOut.push_back({shown, entry.fault});
           } else {
             Take(entry.id, entry.id, source, std::move(entry.bytes), entry.inspection);
           }
@@ -92,6 +97,7 @@ class Loader {
 
   const TemplateFile& probe_;
   const StopCheck& stop_;
+  const Intake intake_;
   Gallery& gallery_;
   std::vector<OtherFormat> others_;
 };
@@ -117,9 +123,9 @@ std::string Gallery::NameOf(const Candidate& candidate) const {
 }
 
 Gallery LoadGallery(const std::vector<std::string>& names, const TemplateFile& probe,
-                    const StopCheck& stop) {
+                    const StopCheck& stop, Intake intake) {
   Gallery gallery;
-  Loader loader(probe, stop, gallery);
+  Loader loader(probe, stop, intake, gallery);
   try {
     const std::vector<std::string> files = ListFiles(names, stop, gallery.leftOut);
     gallery.severalSources = files.size() > 1;

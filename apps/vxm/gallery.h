@@ -19,6 +19,7 @@ struct Gallery {
   std::vector<Candidate> candidates;
   std::vector<std::string> files;  // the galleries among the names
   std::vector<LeftOut> leftOut;    // was asked for and cannot be compared
+  std::vector<LeftOut> converted;  // and how
   // Templates of other formats that the probe need not be compared with: of the same
   // id, or the same name but for the suffix, there is one of its format.
   size_t otherFormats = 0;
@@ -32,4 +33,4 @@ struct Gallery {
 // Galleries are told by what they are, also in folders. One that cannot be read is a
 // failure; a template that is none is left out.
 Gallery LoadGallery(const std::vector<std::string>& names, const TemplateFile& probe,
-                    const StopCheck& stop);
+                    const StopCheck& stop, Intake intake);

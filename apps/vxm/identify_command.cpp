@@ -31,6 +31,9 @@ struct IdentifyOptions {
   bool normalMode = false;
   bool all = false;
   bool json = false;
+  bool noConvert = false;
+
+  Intake HowTaken() const { return noConvert ? Intake::refuse : Intake::convert; }
 };
 
 struct Match {
@@ -200,6 +203,7 @@ void ReportJson(const IdentifyOptions& options, const Outcome& outcome, const Ga
   // A search that ended at a match has compared as many as it took.
   report["compared"] =
       !options.all && !outcome.matches.empty() ? Json(nullptr) : Json(outcome.compared);
+  report["converted"] = LeftOutJson(gallery.converted);
   report["notCompared"] = LeftOutJson(gallery.leftOut);
   report["otherFormats"] = gallery.otherFormats;
   report["seconds"] = outcome.seconds;
@@ -247,7 +251,7 @@ void ReportText(const IdentifyOptions& options, const Outcome& outcome, const Ga
 
 Gallery Load(const IdentifyOptions& options, const TemplateFile& probe, const StopCheck& stop) {
   const std::string reason = Unmatchable(probe.inspection);
-  if (reason.empty()) return LoadGallery(options.gallery, probe, stop);
+  if (reason.empty()) return LoadGallery(options.gallery, probe, stop, options.HowTaken());
   Gallery none;
   none.leftOut.push_back({probe.name, reason});
   return none;
@@ -255,8 +259,10 @@ Gallery Load(const IdentifyOptions& options, const TemplateFile& probe, const St
 
 int Identify(const IdentifyOptions& options) {
   const StopCheck stop(options.timeout);
-  const TemplateFile probe = LoadOne(options.probe, stop);
-  const Gallery gallery = Load(options, probe, stop);
+  const TemplateFile probe = LoadOne(options.probe, stop, options.HowTaken());
+  Gallery gallery = Load(options, probe, stop);
+  NoteConverted(probe, gallery.converted);
+  TellLeftOut("converted", gallery.converted);
   TellLeftOut("not compared", gallery.leftOut);
   if (gallery.otherFormats > 0) {
     Say("left out " + std::to_string(gallery.otherFormats) + " templates of other formats than " +
@@ -301,6 +307,7 @@ void AddIdentify(CLI::App& program, int& exitCode) {
                  "Verify every candidate and list all that match with their scores, best first")
       ->excludes(threads)
       ->excludes(normalMode);
+  AddNoConvert(*command, options->noConvert);
   command->add_flag("--json", options->json, "Print JSON");
   command->callback([options, &exitCode] { exitCode = Identify(*options); });
 }

@@ -106,7 +106,7 @@ Span SpanOf(int least, int greatest) {
 
 // The minutiae that the library loads: inside the image, and not on the first line or
 // column of the blocks around them.
-int CountUsable(const Bytes& bytes, const Inspection& found, size_t firstRecord) {
+void CountUsable(const Bytes& bytes, Inspection& found, size_t firstRecord) {
   const int most = found.format == Format::ansi ? maxMinutiae : mostIsoMinutiae;
   std::vector<Point> points;
   Point least = {1024, 1024};
@@ -121,10 +121,14 @@ int CountUsable(const Bytes& bytes, const Inspection& found, size_t firstRecord)
   }
   const Span columns = SpanOf(least.x, greatest.x);
   const Span rows = SpanOf(least.y, greatest.y);
-  return static_cast<int>(std::count_if(points.begin(), points.end(), [&](Point point) {
+  found.usable = static_cast<int>(std::count_if(points.begin(), points.end(), [&](Point point) {
     return point.x > columns.low && point.x <= columns.high && point.y > rows.low &&
            point.y <= rows.high;
   }));
+  const auto inside = static_cast<int>(points.size());
+  found.beyondMost = std::max(found.minutiae - most, 0);
+  found.outsideImage = found.minutiae - found.beyondMost - inside;
+  found.outsideBlocks = inside - found.usable;
 }
 
 void InspectStandard(const Bytes& bytes, Inspection& found) {
@@ -148,7 +152,7 @@ void InspectStandard(const Bytes& bytes, Inspection& found) {
   } else if (bytes.size() < found.bodySize + 2) {
     found.fault = TooShort(bytes.size(), found.bodySize + 2);
   } else {
-    found.usable = CountUsable(bytes, found, 28 + shift);
+    CountUsable(bytes, found, 28 + shift);
   }
 }
 

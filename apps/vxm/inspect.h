@@ -20,7 +20,12 @@ struct Inspection {
   // The rest holds what could be read before the fault.
   int minutiae = 0;
   int usable = 0;  // of them, by the library: those inside the image and 64 x 64 blocks
-  int width = 0;   // native: of the grid, in blocks; others: of the image, in pixels
+  // Of standard records, why the others are not: more than the library takes, outside the
+  // image, on the edge of the blocks around all or beyond 64 of them.
+  int beyondMost = 0;
+  int outsideImage = 0;
+  int outsideBlocks = 0;
+  int width = 0;  // native: of the grid, in blocks; others: of the image, in pixels
   int height = 0;
   int attribute = 0;
   std::string form;  // native: the kinds of record and map

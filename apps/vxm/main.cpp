@@ -15,7 +15,7 @@ std::string VersionText() {
 }
 
 int Run(int argc, char** argv) {
-  CLI::App program("Compares, searches, turns and makes fingerprint templates.", "vxm");
+  CLI::App program("Compares, searches, converts, turns and makes fingerprint templates.", "vxm");
   program.require_subcommand(1);
   program.set_version_flag("--version", VersionText);
   int exitCode = ExitCode::success;
@@ -23,6 +23,7 @@ int Run(int argc, char** argv) {
   AddInfo(program, exitCode);
   AddIdentify(program, exitCode);
   AddGalleryCommands(program, exitCode);
+  AddConvert(program, exitCode);
   AddRotate(program, exitCode);
   AddSynth(program, exitCode);
   AddCompletion(program, exitCode);

@@ -20,7 +20,7 @@ void RequireReplaceable(const std::string& name) {
   std::error_code fault;
   if (name == streamName || KindOf(name, fault) != FileKind::file) return;
   try {
-    LoadTemplateFile(name);
+    LoadTemplateFile(name, Intake::refuse);
   } catch (const FileFailure& failure) {
     if (failure.reason == emptyFile) return;  // nothing is lost
     throw Failure(name + ": is left as it was, for it is no template: " + failure.reason +
@@ -53,7 +53,7 @@ void CutToSize(Bytes& buffer) {
 }
 
 int Rotate(const RotateOptions& options) {
-  const TemplateFile file = LoadOne(options.input, StopCheck());
+  const TemplateFile file = LoadOne(options.input, StopCheck(), Intake::refuse);
   if (!options.force) RequireReplaceable(options.output);
   Bytes buffer = BufferFor(file);
   const MatcherOwner matcher;

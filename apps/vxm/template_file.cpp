@@ -12,7 +12,7 @@ std::string FaultText(const Inspection& inspection) {
   return std::string("damaged ") + NameOf(inspection.format) + " record: " + inspection.fault;
 }
 
-TemplateFile RequireTemplate(const std::string& name, Bytes bytes) {
+TemplateFile RequireTemplate(const std::string& name, Bytes bytes, Intake intake) {
   if (LooksLikeGallery(bytes)) {
     throw FileFailure(name, "is a gallery or another database, where a template is wanted");
   }
@@ -20,14 +20,34 @@ TemplateFile RequireTemplate(const std::string& name, Bytes bytes) {
     throw FileFailure(name, "too large for a template (more than " +
                                 std::to_string(largestTemplateFile) + " bytes)");
   }
-  TemplateFile file{name, std::move(bytes), {}};
+  std::string converted = TakeIn(name, bytes, intake);
+  TemplateFile file{name, std::move(bytes), {}, std::move(converted)};
   file.inspection = Inspect(file.bytes);
   if (!file.inspection.fault.empty()) throw FileFailure(name, FaultText(file.inspection));
   return file;
 }
 
-TemplateFile LoadTemplateFile(const std::string& name) {
-  return RequireTemplate(name, ReadStart(name));
+TemplateFile LoadTemplateFile(const std::string& name, Intake intake) {
+  return RequireTemplate(name, ReadStart(name), intake);
+}
+
+std::string TakeInStored(const std::string& name, Bytes& bytes, Inspection& inspection,
+                         std::string& fault, Intake intake) {
+  if (!fault.empty() && MisreadFault(bytes).empty()) return "";
+  try {
+    std::string converted = TakeIn(name, bytes, intake);
+    if (converted.empty()) return "";
+    inspection = Inspect(bytes);
+    fault = inspection.fault.empty() ? "" : FaultText(inspection);
+    return converted;
+  } catch (const FileFailure& failure) {
+    fault = failure.reason;
+    return "";
+  }
+}
+
+void NoteConverted(const TemplateFile& file, std::vector<LeftOut>& converted) {
+  if (!file.converted.empty()) converted.push_back({file.name, file.converted});
 }
 
 void RequireSameFormat(const TemplateFile& a, const TemplateFile& b) {

@@ -144,3 +144,9 @@ CLI::Validator WholeNumber(int64_t low, uint64_t high) {
 void AddLevel(CLI::App& command, int& level) {
   AddNumber(command, "--level", level, 1, 7, "Security level")->type_name("1|2|3|4|5|6|7");
 }
+
+void AddNoConvert(CLI::App& command, bool& noConvert) {
+  command.add_flag("--no-convert", noConvert,
+                   "Refuse records of forms that the library does not compare, and take all "
+                   "resolutions as they are, instead of converting them");
+}

@@ -40,5 +40,8 @@ CLI::Option* AddName(CLI::App& command, const std::string& name, Value& value,
       ->type_name(names);
 }
 
+// The option of commands that take records of any form and resolution.
+void AddNoConvert(CLI::App& command, bool& noConvert);
+
 // The option --level: 1 to 7.
 void AddLevel(CLI::App& command, int& level);

@@ -17,6 +17,7 @@ struct VerifyOptions {
   int level = 4;
   bool retryTurned = false;
   bool json = false;
+  bool noConvert = false;
 };
 
 // Those of the two that no comparison can be made with.
@@ -48,9 +49,13 @@ Comparison Compare(const VerifyOptions& options, const TemplatePair& pair) {
 }
 
 int Verify(const VerifyOptions& options) {
-  const TemplatePair pair = LoadPair(options.first, options.second, StopCheck());
+  const TemplatePair pair = LoadPair(options.first, options.second, StopCheck(),
+                                     options.noConvert ? Intake::refuse : Intake::convert);
   const char* format = NameOf(pair.first.inspection.format);
   const std::vector<LeftOut> notCompared = NotComparable(pair);
+  std::vector<LeftOut> converted;
+  for (const TemplateFile* file : {&pair.first, &pair.second}) NoteConverted(*file, converted);
+  TellLeftOut("converted", converted);
   TellLeftOut("not compared", notCompared);
   const bool compared = notCompared.empty();
   const Comparison found = compared ? Compare(options, pair) : Comparison();
@@ -59,6 +64,7 @@ int Verify(const VerifyOptions& options) {
                {"score", compared ? Json(found.score) : Json(nullptr)},
                {"level", options.level},
                {"format", format},
+               {"converted", LeftOutJson(converted)},
                {"notCompared", LeftOutJson(notCompared)}});
   } else if (!compared) {
     std::printf("not compared (%s)\n", format);
@@ -83,6 +89,7 @@ void AddVerify(CLI::App& program, int& exitCode) {
   AddLevel(*command, options->level);
   command->add_flag("--retry-turned", options->retryTurned,
                     "If there is no match, compare with A turned by 180 degrees");
+  AddNoConvert(*command, options->noConvert);
   command->add_flag("--json", options->json, "Print JSON");
   command->callback([options, &exitCode] { exitCode = Verify(*options); });
 }
