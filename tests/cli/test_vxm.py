@@ -42,6 +42,7 @@ class Vxm(unittest.TestCase):
             "few.vxt": bytes([0x45, 1, 0x81, 1, 9, 0, 86, 88, 1, 0, 0, 0, 50, 7]),
             "outside.vxt": bytes([0x45, 1, 0x81, 1, 9, 0, 86, 88, 8, 0, 0, 0, 50, 7]),
             "cut.iso": iso[:-1],
+            "cut.head": ansi[:20],
             "cut.ansi": ansi[:60],
             "many.ansi": ansi[:29] + b"\xc9" + ansi[30:] + bytes(1300),
             "long.vxt": native + b"more",
@@ -115,6 +116,39 @@ class Vxm(unittest.TestCase):
              "gridWidth": 1, "gridHeight": 1, "attribute": 9, "matchable": False, "form": "full records, byte map"})
         self.assertFalse(text["valid"])
         self.assertEqual((ansi["imageWidth"], ansi["imageHeight"]), (288, 352))
+
+    def test_convert(self) -> None:
+        f, new = self.file, self.folder / "new"
+        self.expect(0, "2 written as iso-2011", "lost:", "convert", f("001_1.iso"), f("002_1.iso"),
+                    new, "--to", "ISO:2011")
+        later, double = new / "001_1.iso", new / "double.ansi"
+        self.expect(0, "lost: nothing", "", "convert", f("001_1.ansi"), double, "--to", "ansi-2009",
+                    "--resolution", 394, "--max-minutiae", 200, "--force",
+                    "--from", "ansi-2004", "--size", "576x704")
+        for one, other, how in ((later, "001_2.iso", "iso-2011 to iso-2005"),
+                                (double, "001_2.ansi", "394 x 394 pixels per cm to 197")):
+            score = run("verify", f(other.replace("_2", "_1")), f(other)).stdout
+            self.expect(0, score, how, "verify", one, f(other))
+            self.expect(2, "", "convert it by vxm convert", "verify", one, f(other), "--no-convert")
+            self.expect(2, "", "convert it by", "rotate", one, self.folder / "turned")
+        self.expect(0, "iso-2011, 294 bytes, 1 view, 40 minutiae", "", "info", later, "--check")
+        later.write_bytes(later.read_bytes()[:21] + b"\x0d" + later.read_bytes()[22:])
+        report, = json.loads(run("info", later, "--check", "--json").stdout)
+        self.assertEqual(report["faults"], [{"offset": 21, "view": 0, "minutia": None,
+                                             "text": "month 13 of the capture time"}])
+        for message, *arguments in [
+            ("is there already", f("001_1.iso"), later, "--to", "iso-2005"),
+            ("would lose", f("001_1.iso"), new / "x", "--to", "xyt", "--strict"),
+            ("needs the orientation", f("001_1.iso"), new / "x", "--to", "native"),
+            ("'iso' is none of ansi-2004", f("001_1.iso"), new / "x", "--to", "iso"),
+            ("no WIDTHxHEIGHT", f("001_1.iso"), new / "x", "--to", "xyt", "--size", "9"),
+            ("--from names it", f("001_1.vxt"), new / "x", "--to", "xyt"),
+            ("ends in its header, at byte 20", f("cut.head"), new / "x", "--to", "xyt"),
+        ]:
+            self.expect(2, "", message, "convert", *arguments)
+            self.assertFalse((new / "x").exists())
+        self.expect(4, "1 written as iso-2011", "not converted",
+                    "convert", f("001_1.iso"), f("text"), new / "more", "--to", "iso-2011")
 
     def test_rotate(self) -> None:
         turned = self.folder / "turned"
