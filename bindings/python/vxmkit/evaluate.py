@@ -44,20 +44,20 @@ except ModuleNotFoundError as missing:
     sys.exit(2)
 from .constants import THRESHOLDS, TemplateType
 from .errors import LibraryNotFoundError
+from .host_program import DONE, FAILED, LEFT_OUT, STOPPED
 from .impressions import Enrolment, FolderError, Impression, of_one_type, read_folder
 
 _TYPES = {"native": TemplateType.NATIVE, "iso": TemplateType.ISO19794_2,
           "ansi": TemplateType.ANSI378}
 _MOST_SCORES = 1_000_000  # that are listed as text
-DONE, SOME_LEFT_OUT, FAILED, INTERRUPTED = 0, 1, 2, 130
 
 
 def _options(arguments: Sequence[str] | None) -> argparse.Namespace:
     parser = argparse.ArgumentParser(
         prog="python3 -m vxmkit.evaluate", description=__doc__,
         formatter_class=argparse.RawDescriptionHelpFormatter,
-        epilog="Exit codes: 0 done, 1 done without some files that are no templates or have "
-               "other names,\n2 error, 130 interrupted by Ctrl-C.")
+        epilog="Exit codes: 0 done, 2 error, 3 stopped by Ctrl-C, 4 done without some files that "
+               "are no templates\nor have other names.")
     add_folder_options(parser, Path("evaluation"))
     parser.add_argument("--protocol", choices=("both", "all", "fvc"), default="both",
                         help="fvc alone saves most of the comparisons (default: %(default)s)")
@@ -134,7 +134,7 @@ def run(program: str, options: argparse.Namespace, work: Any) -> int:
     except KeyboardInterrupt:
         print(f"{program}: interrupted; what was compared is kept in {options.out}.part, and the "
               "same command goes on", file=sys.stderr)
-        return INTERRUPTED
+        return STOPPED
 
 
 def _table(accuracies: Mapping[str, Accuracy]) -> str:
@@ -207,7 +207,7 @@ def _evaluate(options: argparse.Namespace) -> int:
         f"fingers; {enrolment.text()}; all in %, "
         f"{'95 % confidence in brackets' if options.rounds else 'without confidence intervals'}"
         f"\n\n{_table(accuracies)}\n\nwritten to {options.out}")
-    return SOME_LEFT_OUT if enrolment.faults else DONE
+    return LEFT_OUT if enrolment.faults else DONE
 
 
 def main(arguments: Sequence[str] | None = None) -> int:

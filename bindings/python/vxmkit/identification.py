@@ -34,8 +34,8 @@ try:
     from tqdm import tqdm
 
     from .accuracy import Rate, with_interval
-    from .evaluate import (DONE, SOME_LEFT_OUT, add_folder_options, checked_options, gathered, run,
-                           title_of)
+    from .evaluate import add_folder_options, checked_options, gathered, run, title_of
+    from .host_program import DONE, LEFT_OUT
     from .pairs import Matrix
     from .report import LINES, percent, rank_plot, write_figures
     from .results import ResultFolder, rate_json, say, write_csv, write_json
@@ -257,15 +257,15 @@ def _identify(options: argparse.Namespace) -> int:
     folder.finish(points)
     say(f"{len(gallery)} fingers enrolled, {len(probes)} probes ({kind.name}); "
         f"{enrolment.text()}; all in %\n\n{_table(measured)}\n\nwritten to {options.out}")
-    return SOME_LEFT_OUT if enrolment.faults else DONE
+    return LEFT_OUT if enrolment.faults else DONE
 
 
 def main(arguments: Sequence[str] | None = None) -> int:
     parser = argparse.ArgumentParser(
         prog="python3 -m vxmkit.identification", description=__doc__,
         formatter_class=argparse.RawDescriptionHelpFormatter,
-        epilog="Exit codes: 0 done, 1 done without some files that are no templates or have "
-               "other names,\n2 error, 130 interrupted by Ctrl-C.")
+        epilog="Exit codes: 0 done, 2 error, 3 stopped by Ctrl-C, 4 done without some files that "
+               "are no templates\nor have other names.")
     add_folder_options(parser, Path("identification"))
     parser.add_argument("--probes", type=int, default=0, metavar="N",
                         help="at most so many, spread over all (default: all)")
