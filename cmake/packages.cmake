@@ -10,7 +10,7 @@ set(CPACK_VERBATIM_VARIABLES ON)
 # The documents as they lie in the tree, so that their links hold.
 function(install_documents folder)
   foreach(page IN ITEMS README.md CHANGELOG.md HACKING.md LICENSE SECURITY.md docs
-      bindings/python/README.md)
+      bindings/python/README.md bindings/javascript/README.md)
     cmake_path(GET page PARENT_PATH below)
     if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/${page})
       install(DIRECTORY ${PROJECT_SOURCE_DIR}/${page} DESTINATION ${folder}/${below}
@@ -69,8 +69,7 @@ if(VXM_BUILD_POSTGRES)
   debian_package(postgres ${server}-vxmkit database
     "${PROJECT_DESCRIPTION} (extension of PostgreSQL ${VXM_POSTGRES_MAJOR})")
   string(APPEND CPACK_DEBIAN_POSTGRES_PACKAGE_DEPENDS ", ${server}")
-  install(FILES ${PROJECT_SOURCE_DIR}/docs/large-galleries.md
-    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${server}-vxmkit COMPONENT postgres)
+  set(CPACK_DEBIAN_POSTGRES_PACKAGE_SUGGESTS vxmkit-doc)
 endif()
 debian_package(documents vxmkit-doc doc "${PROJECT_DESCRIPTION} (documents)")
 set(CPACK_DEBIAN_DOCUMENTS_PACKAGE_ARCHITECTURE all)
