@@ -41,12 +41,12 @@ class FirstStage {
     const int least = vxm::EngineParams::minMinutiae;
     if (probe.minutiaCount < least || candidate.minutiaCount < least) return 0;
     const auto match = scale_ == vxm::Scale::native ? vxm::MatchNativeEx : vxm::MatchStandardEx;
-    return match(probe, candidate, *context_, result_, true, limits);
+    return match(probe, candidate, own_->context, result_, true, limits);
   }
 
  private:
   vxm::Scale scale_;
-  std::unique_ptr<vxm::EngineContext> context_ = std::make_unique<vxm::EngineContext>();
+  std::unique_ptr<vxm::OwnContext> own_ = std::make_unique<vxm::OwnContext>();
   vxm::MatchResult result_{};
 };
 
