@@ -57,7 +57,12 @@ class UnfinishedFiles {
  public:
   explicit UnfinishedFiles(std::string folder) : folder_(std::move(folder)) {
     std::error_code fault;
-    folderWasThere_ = KindOf(folder_, fault) == FileKind::folder;
+    const FileKind kind = KindOf(folder_, fault);
+    folderWasThere_ = kind == FileKind::folder;
+    // Not all systems keep a folder from taking a file's place.
+    if (!folderWasThere_ && kind != FileKind::missing) {
+      throw Failure(folder_ + ": cannot be made: a file has this name");
+    }
     if (!folderWasThere_) MakeFolder(FolderOf(folder_));
     work_ = UnfinishedName(folderWasThere_ ? InFolder(folder_, "any") : folder_);
     MakeFolder(work_);
