@@ -14,7 +14,7 @@ import { pathToFileURL } from "node:url";
 const [npm = "build/javascript/npm", native = "build/bench/bench/interface_bench"] = process.argv.slice(2);
 const load = (name) => import(pathToFileURL(resolve(npm, name)));
 const { Matcher } = await load("package/index.js");
-const inside = await (await load("inside.js")).Inside.start();
+const inside = await (await load("inside.mjs")).Inside.start();
 
 const FINGERS = 40;
 const TURNS = 5;

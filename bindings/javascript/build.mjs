@@ -3,7 +3,7 @@
 //   node build.mjs MODULES OUT VERSION
 //
 // MODULES is the folder of the .wasm files. OUT/package is what npm packs, OUT/page is
-// the page, OUT/inside.js what the page uses besides the package, for the tests.
+// the page, OUT/inside.mjs what the page uses besides the package, for the tests.
 import { execFileSync } from "node:child_process";
 import { createHash } from "node:crypto";
 import { cpSync, mkdirSync, readFileSync, rmSync, writeFileSync } from "node:fs";
@@ -86,5 +86,5 @@ mkdirSync(join(folder, "package/cjs"), { recursive: true });
 await makePackage(join(folder, "package"), checkTypes(join(folder, "types")));
 await makePage(join(folder, "page"));
 await build({
-  ...common, entryPoints: ["page/inside.ts"], format: "esm", outfile: join(folder, "inside.js"),
+  ...common, entryPoints: ["page/inside.ts"], format: "esm", outfile: join(folder, "inside.mjs"),
 });

@@ -8,7 +8,7 @@ export const tree = fileURLToPath(new URL("../..", import.meta.url));
 export const built = process.env.VXMKIT_NPM ?? join(tree, "build/javascript/npm");
 export const packageFile = (name) => join(built, "package", name);
 export const vxmkit = await import(pathToFileURL(packageFile("index.js")));
-export const inside = await (await import(pathToFileURL(join(built, "inside.js")))).Inside.start();
+export const inside = await (await import(pathToFileURL(join(built, "inside.mjs")))).Inside.start();
 
 export const knownAnswers = readFileSync(join(tree, "tests/data/known_answers.txt"), "utf8");
 const nativeTest = readFileSync(join(tree, "tests/api/score_digest.cpp"), "utf8");

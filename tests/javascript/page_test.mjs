@@ -64,7 +64,7 @@ for (const [where, form] of [["page", "portable"], ["worker", "simd"]]) {
     const npm = `${server.origin}/${relative(tree, built)}`;
     const work = `(async () => {
       const vxmkit = await import("${npm}/package/index.js");
-      const { Inside } = await import("${npm}/inside.js");
+      const { Inside } = await import("${npm}/inside.mjs");
       const { digestOfRound, wrongAnswers } = await import("${server.origin}/tests/javascript/scores.mjs");
       const inside = await Inside.start();
       const digests = [];

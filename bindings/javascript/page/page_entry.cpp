@@ -23,7 +23,9 @@ const char* Answer(const Json& json) {
 }
 
 TemplateFile FileOf(const char* name, const uint8_t* bytes, int size) {
-  TemplateFile file{name, Bytes(bytes, bytes + size), {}};
+  TemplateFile file;
+  file.name = name;
+  file.bytes.assign(bytes, bytes + size);
   file.inspection = Inspect(file.bytes);
   return file;
 }
