@@ -77,11 +77,15 @@ typedef unsigned short VXM_Char16;
    elsewhere a zero-terminated UTF-16 text, to be freed with free. */
 typedef VXM_Char16* VXM_ComString;
 
-/** Template formats, for VXM_SetTemplateType. */
+/** Template formats, for VXM_SetTemplateType. The version of a record is not looked at:
+   one of a later edition (ISO/IEC 19794-2:2011, ANSI INCITS 378-2009) is taken for
+   ISO/IEC 19794-2:2005 and matches nothing, without an error; nor does resolution scale
+   anything, so records of 500 and of 1000 dpi do not match. Convert both before, as by
+   vxmrecords. */
 enum TemplateType {
   TEMPLATE_NATIVE = 2001,     /**< the library's own format */
-  TEMPLATE_ISO19794_2 = 2002, /**< ISO/IEC 19794-2 finger minutiae record */
-  TEMPLATE_ANSI378 = 2003     /**< ANSI INCITS 378 finger minutiae record */
+  TEMPLATE_ISO19794_2 = 2002, /**< ISO/IEC 19794-2:2005 finger minutiae record */
+  TEMPLATE_ANSI378 = 2003     /**< ANSI INCITS 378-2004 finger minutiae record */
 };
 
 /** Status codes. */
