@@ -58,7 +58,11 @@ BLOCKS = {
     },
     "bindings/python/README.md": {
         "python3 -m vxmkit.evaluate fingers --type iso":
-            How("build/demo", before="ln -sf fingers/*.vxt ."),
+            How("build/demo", before="rm -rf evaluation && ln -sf fingers/*.vxt ."),
+    },
+    "docs/made-fingers.md": {
+        "for d in easy medium hard; do":
+            How(not_here="takes minutes; tests/python run the same commands on fewer fingers"),
     },
     "docs/tutorial.md": {
         "vxm synth fingers --fingers 30 --impressions 4 --seed 3 --format iso --difficulty easy":
@@ -84,13 +88,15 @@ BLOCKS = {
     "docs/scores.md": {
         "vxm synth fingers --fingers 100 --impressions 2 --seed 7 --format all": How(before=MADE),
         "python3 -m vxmkit.evaluate DIR --pattern '{finger}_{impression}' --out results":
-            How("build/demo", before="ln -sfn fingers DIR"),
+            How("build/demo", before="mkdir -p DIR && cp fingers/*.vxt DIR"),
         "python3 -m vxmkit.compare results-a results-b -o both.svg":
             How(before=f"{MADE} && for type in iso ansi; do python3 -m vxmkit.evaluate fingers "
                        "--quiet --type $type --out results-$type; done && "
                        "mv results-iso results-a && mv results-ansi results-b"),
         "vxm synth small --fingers 100 --impressions 4 --seed 7 --area 60 --format all":
             How(before=MADE),
+        "for d in easy medium hard; do for t in iso native; do":
+            How(not_here="takes minutes; tests/python run the same commands on fewer fingers"),
     },
 }
 
@@ -102,13 +108,17 @@ class Block:
 
     @property
     def first(self) -> str:
-        return re.sub(r"\s+#.*", "", self.commands[0][0])
+        return re.sub(r"\s+#.*", "", self.commands[0][0].splitlines()[0])
 
 
 def blocks_of(text: str) -> Iterator[Block]:
     for match in re.finditer(r"^```console\n(.*?)^```$", text, re.DOTALL | re.MULTILINE):
         block = Block(text.count("\n", 0, match.start()) + 1, [])
+        prompt = match.group(1)[0]
         for line in match.group(1).splitlines():
+            if prompt == "$" and line.startswith("> "):  # the command goes on
+                block.commands[-1] = (f"{block.commands[-1][0]}\n{line[2:]}", "")
+                continue
             command = re.match(r"[$>] (.*)", line)
             # A script that shows its commands is followed by an empty line.
             if command and not (block.commands and block.commands[-1][1].startswith("\n")):
