@@ -11,6 +11,7 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
@@ -36,11 +37,18 @@ std::atomic<int> refusedText{0};
 // Joins that were refused; 0 for none wanted.
 std::atomic<int> refusedJoins{0};
 
-// What freed memory must not hold, and how often it did.
-std::vector<made::Bytes> traces;
+// What freed memory must not hold, and how often it did. Clearing the list frees nothing.
+using Trace = std::array<uint8_t, 32>;
+std::vector<Trace> traces;
 std::atomic<int> tracesLeft{0};
 
-bool Holds(const void* memory, const made::Bytes& trace) {
+Trace TraceAt(const uint8_t* bytes) {
+  Trace trace;
+  std::copy_n(bytes, trace.size(), trace.begin());
+  return trace;
+}
+
+bool Holds(const void* memory, const Trace& trace) {
   const auto* bytes = static_cast<const uint8_t*>(memory);
   const uint8_t* end = bytes + malloc_usable_size(const_cast<void*>(memory));
   return std::search(bytes, end, trace.begin(), trace.end()) != end;
@@ -57,7 +65,7 @@ void* Allocate(size_t size, size_t alignment = alignof(std::max_align_t)) {
 void Free(void* memory) {
   if (memory == nullptr) return;
   live -= 1;
-  for (const made::Bytes& trace : traces) tracesLeft += Holds(memory, trace) ? 1 : 0;
+  for (const Trace& trace : traces) tracesLeft += Holds(memory, trace) ? 1 : 0;
   std::free(memory);
 }
 
@@ -233,7 +241,7 @@ TEST(PlatformWipeTest, NothingOfATemplateIsInFreedMemory) {
   const uint8_t* templates[] = {impostor.data()};  // the one candidate, or all in one buffer
   const int size = static_cast<int>(impostor.size());
   int index = 0;
-  traces = {{impostor.begin() + 8, impostor.begin() + 40}, {places, places + 32}};
+  traces = {TraceAt(impostor.data() + 8), TraceAt(places)};
   tracesLeft = 0;  // of what was made to make them
   for (const calls::IdentifyForm& form : calls::identifyForms) {
     EXPECT_EQ(form.function(matcher, probe.data(), static_cast<int>(probe.size()), templates, &size,
