@@ -5,7 +5,8 @@
 #include "platform/process_lock.h"
 
 // Servers hold many.
-static_assert(sizeof(Matcher) <= 2500000);
+constexpr size_t matcherBytes = sizeof(Matcher);
+static_assert(matcherBytes <= 2500000);
 
 int VXM_CALL VXM_Create(MatcherHandle* handle) {
   if (handle == nullptr) return VXM_ERR_INVALID_PARAMETERS;
