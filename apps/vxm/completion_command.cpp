@@ -27,7 +27,7 @@ void PrintWords(const CLI::App& command) {
   for (const CLI::Option* option : command.get_options()) {
     if (option->nonpositional()) words += " " + option->get_name();
   }
-  const std::string name = command.get_name();
+  const std::string& name = command.get_name();
   std::printf("    %s) words='%s' ;;\n", name.c_str(), words.substr(1).c_str());
 }
 
