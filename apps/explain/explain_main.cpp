@@ -46,8 +46,8 @@ int Run(int argc, char** argv) {
     if (reference.empty()) {
       ExplainOne(LoadForEngine(LoadTemplateFile(probe, Intake::refuse)), json);
     } else {
-      ExplainTwo(LoadForEngine(LoadTemplateFile(probe, Intake::refuse)), LoadForEngine(LoadTemplateFile(reference, Intake::refuse)),
-                 json);
+      ExplainTwo(LoadForEngine(LoadTemplateFile(probe, Intake::refuse)),
+                 LoadForEngine(LoadTemplateFile(reference, Intake::refuse)), json);
     }
   });
   return ParseAndRun(program, argc, argv, ExitCode::success);
