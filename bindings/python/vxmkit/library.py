@@ -10,8 +10,9 @@ import ctypes
 import functools
 import os
 import sys
-from collections.abc import Iterator
+from collections.abc import Iterator, Mapping, Sequence
 from pathlib import Path
+from typing import Any
 
 from .constants import Status, TextSize
 from .errors import LibraryNotFoundError, error_of
@@ -22,35 +23,43 @@ VARIABLE = "VXMKIT_LIBRARY"
 FILE_NAMES = {"win32": ("vxmkit.dll",)}.get(sys.platform, ("libvxmkit.so.3", "libvxmkit.so"))
 
 
-def _places() -> Iterator[str]:
-    if VARIABLE in os.environ:
-        yield os.environ[VARIABLE]
+def _places(variable: str, names: Sequence[str]) -> Iterator[str]:
+    if variable in os.environ:
+        yield os.environ[variable]
         return
-    for name in FILE_NAMES:
+    for name in names:
         beside = Path(__file__).with_name(name)
         if beside.exists():
             yield str(beside)
-    yield from FILE_NAMES
+    yield from names
 
 
-@functools.cache
-def load() -> ctypes.CDLL:
-    """The library with the types of its functions set. LibraryNotFoundError: there
-    is none."""
+def open_library(title: str, variable: str, names: Sequence[str],
+                 signatures: Mapping[str, tuple[Any, Sequence[Any]]]) -> ctypes.CDLL:
+    """A library with the results and arguments of its functions set; `variable` is that
+    of the environment which names its file. LibraryNotFoundError: there is none."""
     faults = []
-    for place in _places():
+    for place in _places(variable, names):
         try:
             library = ctypes.CDLL(place)
-            for name, arguments in SIGNATURES.items():
+            for name, (result, arguments) in signatures.items():
                 function = getattr(library, name)
                 function.argtypes = arguments
-                function.restype = ctypes.c_int
+                function.restype = result
         except (OSError, AttributeError) as fault:
             faults.append(f"{place or 'an empty name'} ({fault})")
         else:
             return library
     raise LibraryNotFoundError(
-        f"no VXMKIT library: tried {', '.join(faults)}; {VARIABLE} may name its file")
+        f"no {title}: tried {', '.join(faults)}; {variable} may name its file")
+
+
+@functools.cache
+def load() -> ctypes.CDLL:
+    """The matcher's library. LibraryNotFoundError: there is none."""
+    return open_library("VXMKIT library", VARIABLE, FILE_NAMES,
+                        {name: (ctypes.c_int, arguments)
+                         for name, arguments in SIGNATURES.items()})
 
 
 def status_text(status: int) -> str:

@@ -7,15 +7,12 @@ from __future__ import annotations
 
 import ctypes
 import functools
-import os
 import sys
-from collections.abc import Iterator
 from ctypes import (POINTER, Structure, c_char, c_char_p, c_int, c_int32, c_size_t, c_uint8,
                     c_uint16, c_uint32)
-from pathlib import Path
 from typing import Any
 
-from .errors import LibraryNotFoundError
+from .library import open_library
 
 VARIABLE = "VXMRECORDS_LIBRARY"
 FILE_NAMES = {"win32": ("vxmrecords.dll",)}.get(
@@ -91,32 +88,7 @@ SIGNATURES: dict[str, tuple[Any, tuple[Any, ...]]] = {
 }
 
 
-def _places() -> Iterator[str]:
-    if VARIABLE in os.environ:
-        yield os.environ[VARIABLE]
-        return
-    for name in FILE_NAMES:
-        beside = Path(__file__).with_name(name)
-        if beside.exists():
-            yield str(beside)
-    yield from FILE_NAMES
-
-
 @functools.cache
 def load() -> ctypes.CDLL:
-    """The library with the types of its functions set. LibraryNotFoundError: there
-    is none."""
-    faults = []
-    for place in _places():
-        try:
-            library = ctypes.CDLL(place)
-            for name, (result, arguments) in SIGNATURES.items():
-                function = getattr(library, name)
-                function.argtypes = arguments
-                function.restype = result
-        except (OSError, AttributeError) as fault:
-            faults.append(f"{place or 'an empty name'} ({fault})")
-        else:
-            return library
-    raise LibraryNotFoundError(
-        f"no library vxmrecords: tried {', '.join(faults)}; {VARIABLE} may name its file")
+    """The library vxmrecords. LibraryNotFoundError: there is none."""
+    return open_library("library vxmrecords", VARIABLE, FILE_NAMES, SIGNATURES)
