@@ -187,7 +187,9 @@ byId("headerless").append(...FORMS.filter((form) => form.headerless).map(({ id, 
   html("option", { value: id }, name)));
 for (const kind of ["pair", "strangers", "set"] as const) {
   byId(`example-${kind}`).addEventListener("click", () => {
-    void run("example", kind).then((files) => receive(files, kind === "set"));
+    void run("example", kind).then((files) => receive(files, kind === "set"), (error: unknown) => {
+      if (!(error instanceof StoppedError)) throw error;
+    });
   });
 }
 

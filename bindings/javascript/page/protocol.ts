@@ -65,5 +65,4 @@ export type Request = { [Name in TaskName]: { id: number; task: Name; taken: Tak
 export type Answer =
   | { id: number; given: Given<TaskName> }
   | { id: number; fault: string }
-  | { id: number; stopped: true }
   | { id: number; progress: Progress };

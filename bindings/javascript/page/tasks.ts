@@ -24,8 +24,7 @@ worker.onmessage = ({ data }: MessageEvent<Answer>): void => {
   }
   waiting.delete(data.id);
   if ("given" in data) task.resolve(data.given as never);
-  else if ("fault" in data) task.reject(new Error(data.fault));
-  else task.reject(new StoppedError());
+  else task.reject(new Error(data.fault));
 };
 
 worker.onerror = (event): void => {
@@ -46,7 +45,12 @@ export function run<Name extends TaskName>(
   });
 }
 
-/** Ends what is running; it is rejected with a `StoppedError`. */
+/** Ends what is running: it is rejected with a `StoppedError` at once, even where its answer
+ * is on the way, so that who stops something never sees it end. */
 export function stopAll(): void {
-  for (const id of waiting.keys()) worker.postMessage({ stop: id } satisfies Request);
+  for (const [id, task] of waiting) {
+    worker.postMessage({ stop: id } satisfies Request);
+    task.reject(new StoppedError());
+  }
+  waiting.clear();
 }
