@@ -15,7 +15,8 @@ TEST(MatcherTest, DocumentsTellItsSize) {
   char size[16];
   std::snprintf(size, sizeof(size), "%.1f MB", static_cast<double>(sizeof(Matcher)) / 1e6);
   for (const char* name : {"README.md", "CHANGELOG.md", "include/vxmkit.h", "docs/hosts.md",
-                           "docs/large-galleries.md", "bindings/python/vxmkit/matcher.py"}) {
+                           "docs/large-galleries.md", "bindings/python/vxmkit/matcher.py",
+                           "bindings/javascript/README.md", "bindings/javascript/src/matcher.ts"}) {
     std::ifstream file(std::string(PROJECT_FOLDER "/") + name);
     const std::string text{std::istreambuf_iterator<char>(file), {}};
     EXPECT_NE(text.find(size), text.npos) << name << " is to say " << size;
