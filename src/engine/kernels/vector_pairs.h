@@ -165,6 +165,47 @@ inline void LayRows(PairRows& rows, const TemplateGeometry& geometry, int j, int
   }
 }
 
+#if HWY_TARGET == HWY_AVX3
+// All pairs of few minutiae in a row: two registers hold the positions, and one the turns,
+// and what is stored is what will be loaded, without a wait.
+constexpr int fewMinutiae = 32;
+
+// The minutiae of every pair, the second in the upper byte.
+constexpr auto MakePairEnds() {
+  std::array<uint16_t, PairPlace(0, fewMinutiae) + vectorPadding> ends = {};
+  for (int j = 1; j < fewMinutiae; j++) {
+    for (int i = 0; i < j; i++) {
+      ends[static_cast<size_t>(PairPlace(i, j))] = static_cast<uint16_t>(j << 8 | i);
+    }
+  }
+  return ends;
+}
+constexpr auto pairEnds = MakePairEnds();
+
+inline void LayFew(PairRows& rows, const TemplateGeometry& geometry) {
+  const Ints ints;
+  const hn::Repartition<uint16_t, Ints> words;
+  using Words = hn::Vec<decltype(words)>;
+  rows.count = PairCount(geometry.count);
+  const __m512i low = _mm512_load_si512(geometry.position);
+  const __m512i high = _mm512_load_si512(geometry.position + fewMinutiae / 2);
+  for (int k = 0; k < rows.count; k += lanesOf<Ints>) {
+    const auto ends = hn::PromoteTo(ints, hn::LoadU(WordForEach<Ints>(), pairEnds.data() + k));
+    const __m512i from = _mm512_permutex2var_epi32(low, ends.raw, high);
+    const __m512i to = _mm512_permutex2var_epi32(low, hn::ShiftRight<8>(ends).raw, high);
+    _mm512_store_si512(rows.apart + k, _mm512_sub_epi16(to, from));
+  }
+  const __m512i turns = _mm512_load_si512(geometry.turn);
+  for (int k = 0; k < rows.count; k += lanesOf<decltype(words)>) {
+    const auto ends = hn::LoadU(words, pairEnds.data() + k);
+    hn::Store(Words{_mm512_permutexvar_epi16(ends.raw, turns)}, words, rows.firstTurn + k);
+    hn::Store(Words{_mm512_permutexvar_epi16(hn::ShiftRight<8>(ends).raw, turns)}, words,
+              rows.secondTurn + k);
+    hn::Store(ends, words, rows.ends + k);
+  }
+}
+#endif
+
 // The upper bytes of turns.
 template <class D>
 void StoreBytes(uint8_t* to, D /*words*/, hn::Vec<D> turns) {
@@ -200,6 +241,14 @@ inline void FillRows(PairRows& rows, TemplateGeometry& geometry, int place) {
 
 void FillPairTables(TemplateGeometry& geometry) {
   PairRows rows;
+#if HWY_TARGET == HWY_AVX3
+  // 3 % of a fast search.
+  if (geometry.count <= fewMinutiae) {
+    LayFew(rows, geometry);
+    FillRows(rows, geometry, 0);
+    return;
+  }
+#endif
   for (int j = 1, last = 1; j < geometry.count; j = last) {
     while (last < geometry.count && PairPlace(0, last) - PairPlace(0, j) < PairRows::enough) last++;
     LayRows(rows, geometry, j, last);
