@@ -56,6 +56,7 @@ void SortMinutiae(std::vector<VXR_Minutia>& minutiae, int order, bool descending
   std::iota(indices.begin(), indices.end(), 0u);
   SortByKeys(indices, keys, descending);
   std::vector<VXR_Minutia> sorted;
+  sorted.reserve(minutiae.size());
   for (const uint32_t index : indices) sorted.push_back(minutiae[index]);
   minutiae = std::move(sorted);
 }

@@ -17,7 +17,7 @@ bool ReadXyt(Cursor in, const VXR_Image& image, OwnedRecord& record, Faults& fau
 
 // The next view of a record whose header has been read; into `view`, but for image
 // size and resolution where the header has them.
-bool ReadView(Cursor& in, OwnedRecord& record, VXR_View& view, Faults& faults);
+bool ReadView(Cursor& all, OwnedRecord& record, VXR_View& view, Faults& faults);
 
 // `count` minutiae in the layout of `size` bytes each (3, 5 or 6).
 bool ReadMinutiae(Cursor& in, size_t count, int size, int form, OwnedRecord& record, VXR_View& view,
