@@ -4,6 +4,8 @@
 
 #include <storage/ipc.h>
 
+#include "record_form.h"
+
 const Settings defaultSettings = {4, false, true};
 
 static MatcherHandle matcher = NULL;
@@ -85,6 +87,7 @@ bool IsValid(const Template* source) {
 }
 
 void RequireValid(const Template* source, const char* role) {
+  if (source->type == 0 && BeginsAsRecord(source)) RefuseMisread(source, role);
   if (source->type == 0) {
     ereport(ERROR, (errcode(ERRCODE_INVALID_BINARY_REPRESENTATION),
                     errmsg("%s is not a valid template", role),

@@ -17,8 +17,14 @@ static int WordAt(const Template* source, int offset) {
   return ByteAt(source, offset) << 8 | ByteAt(source, offset + 1);
 }
 
+bool BeginsAsRecord(const Template* source) {
+  return source->bytes != NULL && memcmp(source->bytes, "FMR", 4) == 0;
+}
+
 static int TypeOf(const Template* source) {
-  if (memcmp(source->bytes, "FMR", 4) != 0) return TEMPLATE_NATIVE;
+  if (!BeginsAsRecord(source)) return TEMPLATE_NATIVE;
+  /* The library does not look at the version, and would misread any other. */
+  if (memcmp(source->bytes + 4, " 20", 4) != 0) return 0;
   /* The length of an ANSI record stands where an ISO record has the upper, zero
      half of its own. */
   return WordAt(source, 8) != 0 ? TEMPLATE_ANSI378 : TEMPLATE_ISO19794_2;

@@ -10,9 +10,10 @@
 #endif
 
 typedef struct Template {
-  const unsigned char* bytes;
+  const unsigned char* bytes; /* null: too short or too large */
   int size;
-  int type; /* TEMPLATE_..., by the first bytes; 0: too short or too large for any */
+  int type; /* TEMPLATE_..., by the first bytes; 0: too short or too large for any, or a
+               record of a version that is not compared */
 } Template;
 
 /* No format has less: a native header, one short record and one byte of map. So
@@ -25,6 +26,9 @@ typedef struct Template {
 
 /* The template in an argument of a function, detoasted if it has to be. */
 extern Template TemplateFromDatum(Datum datum);
+
+/* Whether it is a standard record, of whatever version. */
+extern bool BeginsAsRecord(const Template* source);
 
 /* A null argument would make a search that finds nobody. */
 extern void RefuseNull(FunctionCallInfo fcinfo, int number, const char* name);

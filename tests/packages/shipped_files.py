@@ -31,7 +31,7 @@ SHIPPED = {
     "libvxmkit3_*.deb": {"libvxmkit.so.3.*": CXX, "libvxmrecords.so.1.*": CXX},
     "libvxmkit-dev_*.deb": {},
     "vxmkit-tools_*.deb": {"vxm": CXX | OURS | {"libsqlite3.so.0"}, "vxm-explain": CXX},
-    "postgresql-*-vxmkit_*.deb": {"vxmkit.so": C | OURS},
+    "postgresql-*-vxmkit_*.deb": {"vxmkit.so": C | OURS | {"libvxmrecords.so.1"}},
     "vxmkit-doc_*.deb": {},
     "vxmkit-*-windows-x86_64.zip": {"vxmkit.dll": WINDOWS_LIBRARIES,
                                     "vxmrecords.dll": WINDOWS_LIBRARIES,

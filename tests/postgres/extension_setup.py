@@ -16,11 +16,11 @@ from private_cluster import Cluster, private_cluster, staged  # noqa: E402
 
 build = Path(sys.argv.pop(1)).resolve()
 os.environ["VXMKIT_LIBRARY"] = str(build / "src/libvxmkit.so")
+os.environ["VXMRECORDS_LIBRARY"] = str(build / "records/libvxmrecords.so")
 
 
 def vxm(*arguments: object) -> None:
-    subprocess.run([build / "apps/vxm/vxm", *map(str, arguments)], check=True,
-                   stdout=subprocess.DEVNULL)
+    subprocess.run([build / "apps/vxm/vxm", *map(str, arguments)], check=True, capture_output=True)
 
 
 def load(*arguments: object) -> subprocess.CompletedProcess[str]:

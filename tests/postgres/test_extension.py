@@ -14,7 +14,7 @@ from pathlib import Path
 
 import psycopg
 
-from extension_setup import HERE, documented, documented_blocks, load, set_up
+from extension_setup import HERE, documented, documented_blocks, load, set_up, vxm
 from private_cluster import Cluster, configured
 
 cluster: Cluster
@@ -219,19 +219,25 @@ class OneServer(unittest.TestCase):
         (source / "below/good.vxt").write_bytes(finger("001_1.vxt"))
         (source / "cut.iso").write_bytes(finger("001_1.iso")[:-1])
         (source / "large").write_bytes(bytes(70000))
+        vxm("convert", fingers / "001_2.ansi", source / "later", "--to", "ansi-2009", "--resolution", 394)
+        (source / "version").write_bytes(finger("001_1.iso").replace(b" 20", b" 10", 1))
         (source / "gone").symlink_to("nowhere")
         first = load(source, self.dsn)
         self.assertEqual(first.returncode, 4)
-        self.assertEqual(first.stdout, "1 added, 0 already there, 3 refused\n")
+        self.assertEqual(first.stdout, "1 added, 0 already there, 5 refused\n")
         self.assertEqual(sorted(first.stderr.splitlines()),
                          ["cut.iso: is not a valid template", "gone: No such file or directory",
-                          "large: has more than 65535 bytes"])
+                          "large: has more than 65535 bytes",
+                          "later: is a record of a later form, which the matcher would misread: "
+                          "convert it by --convert or vxm convert",
+                          "version: is a record of an unknown version"])
         (source / "a_new.ansi").write_bytes(finger("001_1.ansi"))
-        second = load(source, self.dsn, "--batch", 1)
-        self.assertEqual(second.stdout, "1 added, 1 already there, 3 refused\n")
+        second = load(source, self.dsn, "--batch", 1, "--convert")
+        self.assertEqual(second.stdout, "2 added, 1 already there, 4 refused\n")
+        self.assertIn("later: ansi-2009 converted to ansi-2004, 394 x 394", second.stderr)
         self.assertEqual(
             self.session.execute("SELECT id, (vxm_info(template)).format FROM gallery ORDER BY 1")
-            .fetchall(), [("a_new.ansi", "ANSI 378"), ("below/good.vxt", "native")])
+            .fetchall(), [("a_new.ansi", "ANSI 378"), ("below/good.vxt", "native"), ("later", "ANSI 378")])
 
     def test_loader_reads_sqlite(self) -> None:
         path = folder / "gallery.sqlite"

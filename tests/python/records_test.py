@@ -73,9 +73,15 @@ def test_matcher_refuses_later_forms(fingers: Path, name: str, kind: TemplateTyp
             assert form.text in told
             if form.turn == record.form.turn:
                 assert back == data and matcher.verify(back, data).points == points
-        double = records.write(records.convert(record, record.form, resolution=394).record)
-        scaled, told = records.matchable(double)
+        for version in (b" 10\0", b" 20 ", b"036\0"):
+            with pytest.raises(TemplateTypeError, match="unknown version"):
+                matcher.verify(data, data[:4] + version + data[8:])
+        double = records.convert(record, record.form, resolution=394).record
+        scaled, told = records.matchable(records.write(double))
         assert "394" in told and matcher.verify(scaled, data).points == points
+        double.views[0].x_resolution = double.views[0].y_resolution = 0  # not known: kept
+        later = records.write(records.convert(double, "iso-2011").record)
+        assert "scaled" not in records.matchable(later)[1]
         assert records.matchable(data) == (data, "")
 
 
@@ -87,4 +93,4 @@ def test_folders_take_every_form(fingers: Path, tmp_path: Path) -> None:
     taken, faults = read_folder(tmp_path, "{finger}_{impression}")
     assert [each.converted[:8] for each in taken] == ["", "iso-2011"]
     assert [each.path for each in faults] == ["1_3"]
-    assert len(read_folder(tmp_path, "{finger}_{impression}", convert=False)[1]) == 1
+    assert len(read_folder(tmp_path, "{finger}_{impression}", convert=False)[1]) == 2

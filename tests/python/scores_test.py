@@ -69,7 +69,7 @@ def test_interrupted_scores_go_on(templates: list[bytes], fingers: Path, tmp_pat
 
 @pytest.mark.parametrize("change, error, said", [
     (lambda all: ([*all, all[0][:-1]], all), vxmkit.DataCorruptedError, r"probes\[36\]"),
-    (lambda all: (all, [*all, b"FMR\0" + bytes(9)] * 7), vxmkit.DataCorruptedError, "2 more"),
+    (lambda all: (all, [*all, b"FMR\0 20\0" + bytes(5)] * 7), vxmkit.DataCorruptedError, "2 more"),
     (lambda all: (all[0], all), TypeError, "probes: .* not one bytes"),
     (lambda all: (all, [None]), TypeError, r"candidates\[0\]: .* not NoneType"),
     (lambda all: (all, [b"native"]), ValueError, "NATIVE, ISO19794_2"),

@@ -79,17 +79,17 @@ class Cluster:
             process.wait()
 
 
-def staged(build: Path) -> tuple[Path, Path]:
-    """The extension of a build folder as installed, and where its library is."""
+def staged(build: Path) -> tuple[Path, list[Path]]:
+    """The extension of a build folder as installed, and where its libraries are."""
     stage = build / "postgres_stage"
     shutil.rmtree(stage, ignore_errors=True)
     subprocess.run(["cmake", "--install", build, "--component", "postgres"], check=True,
                    env={**os.environ, "DESTDIR": str(stage)}, stdout=subprocess.DEVNULL)
-    return stage, build / "src"
+    return stage, [build / "src", build / "records"]
 
 
 @contextlib.contextmanager
-def private_cluster(tree: Path, libraries: Path, servers: int,
+def private_cluster(tree: Path, libraries: list[Path], servers: int,
                     **settings: object) -> Iterator[Cluster]:
     """Runs servers with the extension that is installed below `tree`."""
     # Sockets have short paths, and the servers' owner must be able to read this.
@@ -98,7 +98,8 @@ def private_cluster(tree: Path, libraries: Path, servers: int,
     try:
         shutil.copytree(tree / "usr", folder / "stage/usr")
         (folder / "lib").mkdir()
-        shutil.copy(libraries / "libvxmkit.so.3", folder / "lib")
+        for library in (file for each in libraries for file in each.glob("libvxm*.so.[0-9]")):
+            shutil.copy(library, folder / "lib")
         if os.geteuid() == 0:
             subprocess.run(["chown", "-R", f"{OWNER}:{OWNER}", folder], check=True)
         initdb = configured("--bindir") / "initdb"

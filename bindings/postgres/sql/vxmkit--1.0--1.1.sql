@@ -180,3 +180,27 @@ CREATE AGGREGATE vxm_best_report(probe bytea, id "any", candidate bytea, k integ
   DESERIALFUNC = vxm_best_deserialize,
   PARALLEL = SAFE
 );
+
+-- Records of the forms that the matcher does not compare: told, and converted by the
+-- library vxmrecords. Such a record is no valid template.
+CREATE FUNCTION vxm_form(record bytea)
+RETURNS text
+AS 'MODULE_PATHNAME'
+LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 20;
+COMMENT ON FUNCTION vxm_form IS 'the form of a record, such as iso-2011; null for what is no record of a known form';
+
+CREATE FUNCTION vxm_convert(record bytea, form text, resolution integer DEFAULT 0,
+  view integer DEFAULT 0, keep_extended boolean DEFAULT true)
+RETURNS bytea
+AS 'MODULE_PATHNAME'
+LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 200;
+COMMENT ON FUNCTION vxm_convert IS 'a record in another form';
+
+CREATE FUNCTION vxm_convert_report(record bytea, form text, resolution integer DEFAULT 0,
+  view integer DEFAULT 0, keep_extended boolean DEFAULT true, OUT converted bytea,
+  OUT minutiae_outside bigint, OUT minutiae_pruned bigint, OUT positions_rounded bigint,
+  OUT angles_rounded bigint, OUT types_dropped bigint, OUT qualities_dropped bigint,
+  OUT extended_dropped bigint, OUT views_dropped bigint, OUT fields_dropped bigint)
+AS 'MODULE_PATHNAME'
+LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 200;
+COMMENT ON FUNCTION vxm_convert_report IS 'the same, with the numbers of what the new record no longer holds';

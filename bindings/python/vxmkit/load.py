@@ -1,6 +1,6 @@
 """Copies templates into a table of PostgreSQL: the files of a folder, or a SQLite gallery.
 
-    python3 -m vxmkit.load SOURCE DSN [--table gallery]
+    python3 -m vxmkit.load SOURCE DSN [--table gallery] [--convert]
 
 A file's id is its path below the folder. Of a SQLite gallery the table that has
 columns id and template is copied, with its notes where it has a column note.
@@ -8,7 +8,8 @@ columns id and template is copied, with its notes where it has a column note.
 The table is made when it is not there. Rows go in by batches, each of them one
 transaction; ids that are in already are passed over, so a load that ended early
 goes on where it stopped when it is started again. Invalid templates are refused,
-named on standard error, and do not stop the rest.
+named on standard error, and do not stop the rest; so are records of forms that would be
+misread, unless they are to be converted, to 500 dpi too.
 
 Exit codes: 0 all templates are in, 2 the load could not go on, 3 it was stopped by Ctrl-C,
 4 some templates were refused, and are named.
@@ -33,8 +34,10 @@ except ModuleNotFoundError as missing:
     sys.exit(2)
 
 from .host_program import DONE, LEFT_OUT, run_program
+from .templates import misread
 
 LARGEST_TEMPLATE = 65535
+LARGEST_FILE = 1 << 24  # of a record with many views, of which one is taken
 
 CREATE = """CREATE TABLE {table} (
   id text PRIMARY KEY,
@@ -71,8 +74,8 @@ class Source(NamedTuple):
 
 def read_file(path: Path) -> bytes:
     try:
-        if path.stat().st_size > LARGEST_TEMPLATE:
-            raise Refusal(f"has more than {LARGEST_TEMPLATE} bytes")
+        if path.stat().st_size > LARGEST_FILE:
+            raise Refusal(f"has more than {LARGEST_FILE} bytes")
         return path.read_bytes()
     except OSError as error:
         raise Refusal(error.strerror) from error
@@ -118,8 +121,27 @@ def open_source(path: Path) -> Source:
     raise Failure(f"{path}: neither a folder nor a file")
 
 
+def as_it_is(entry: Entry) -> bytes:
+    data = entry.read()
+    if why := misread(data, by="--convert or vxm convert"):
+        raise Refusal(f"is {why}")
+    return data
+
+
+def converted(entry: Entry) -> bytes:
+    from .records import RecordError, matchable  # need numpy and the library of records
+
+    try:
+        data, done = matchable(entry.read())
+    except RecordError as error:
+        raise Refusal(f"cannot be converted: {error}") from error
+    if done:
+        tqdm.write(f"{entry.id}: {done}", file=sys.stderr)
+    return data
+
+
 def load_batch(server: psycopg.Connection[Any], table: sql.Identifier, batch: list[Entry],
-               refuse: Callable[[str, str], None]) -> int:
+               read: Callable[[Entry], bytes], refuse: Callable[[str, str], None]) -> int:
     """Stores what is valid and not there yet, and tells how many rows that were."""
     known = {row[0] for row in server.execute(
         sql.SQL("SELECT id FROM {table} WHERE id = ANY(%s)").format(table=table),
@@ -129,11 +151,14 @@ def load_batch(server: psycopg.Connection[Any], table: sql.Identifier, batch: li
         if entry.id in known:
             continue
         try:
-            templates.append(entry.read())
+            data = read(entry)
+            if len(data) > LARGEST_TEMPLATE:
+                raise Refusal(f"has more than {LARGEST_TEMPLATE} bytes")
         except Refusal as refusal:
             refuse(entry.id, str(refusal))
             continue
         ids.append(entry.id)
+        templates.append(data)
         notes.append(entry.note)
     invalid = server.execute(sql.SQL(INSERT).format(table=table), [ids, templates, notes]).fetchall()
     for key, in invalid:
@@ -141,7 +166,8 @@ def load_batch(server: psycopg.Connection[Any], table: sql.Identifier, batch: li
     return len(ids) - len(invalid)
 
 
-def load(source: Source, server: psycopg.Connection[Any], table: sql.Identifier, batch_size: int) -> int:
+def load(source: Source, server: psycopg.Connection[Any], table: sql.Identifier, batch_size: int,
+         read: Callable[[Entry], bytes] = as_it_is) -> int:
     """Loads all of a source; gives the number of templates refused."""
     refused = added = 0
 
@@ -157,7 +183,7 @@ def load(source: Source, server: psycopg.Connection[Any], table: sql.Identifier,
     with tqdm(total=source.size, unit=" templates", disable=None) as progress:
         while batch := list(itertools.islice(source.entries, batch_size)):
             with server.transaction():
-                added += load_batch(server, table, batch, refuse)
+                added += load_batch(server, table, batch, read, refuse)
             progress.update(len(batch))
     print(f"{added} added, {source.size - added - refused} already there, {refused} refused")
     return refused
@@ -172,6 +198,8 @@ def copy_all() -> int:
     parser.add_argument("dsn", help="database to load into, such as 'host=db1 dbname=gallery'")
     parser.add_argument("--table", default="gallery", help="[SCHEMA.]TABLE (default: gallery)")
     parser.add_argument("--batch", type=int, default=1000, help="rows a transaction (default: 1000)")
+    parser.add_argument("--convert", action="store_true",
+                        help="convert records of other forms and resolutions, and say so")
     options = parser.parse_args()
     if options.batch < 1:
         parser.error("--batch must be 1 or more")
@@ -179,14 +207,15 @@ def copy_all() -> int:
         source = open_source(options.source)
         with psycopg.connect(options.dsn, autocommit=True) as server:
             table = sql.Identifier(*options.table.split("."))
-            return LEFT_OUT if load(source, server, table, options.batch) else DONE
+            read = converted if options.convert else as_it_is
+            return LEFT_OUT if load(source, server, table, options.batch, read) else DONE
     except psycopg.errors.UndefinedFunction:
         raise Failure("the database has no extension vxmkit: CREATE EXTENSION vxmkit") from None
 
 
 def main() -> int:
     return run_program("vxmkit.load", copy_all,
-                       (Failure, psycopg.Error, sqlite3.Error, UnicodeError, OSError))
+                       (Failure, psycopg.Error, sqlite3.Error, UnicodeError, OSError, ImportError))
 
 
 if __name__ == "__main__":

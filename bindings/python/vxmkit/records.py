@@ -372,6 +372,11 @@ def matchable_type(template: Template) -> TemplateType:
     return TemplateType.ANSI378 if ansi else TemplateType.ISO19794_2
 
 
+def _is_usual(x: int, y: int) -> bool:
+    """Whether nothing is to be scaled: also where a resolution is not known."""
+    return (x in _USUAL and y in _USUAL) or 0 in (x, y)
+
+
 def matchable(template: Template) -> tuple[bytes, str]:
     """The template as the matcher compares it, and what was done to it: "" for nothing.
 
@@ -389,13 +394,13 @@ def matchable(template: Template) -> tuple[bytes, str]:
     if form is target and not misread(data):
         at = 20 if form is Form.ANSI_2004 else 18
         x, y = (int.from_bytes(data[place:place + 2], "big") for place in (at, at + 2))
-        if (x in _USUAL and y in _USUAL) or 0 in (x, y):
+        if _is_usual(x, y):
             return data, ""
     record = read(data, form)
     if not record.views:
         raise RecordError("a record without views", 0, -3)
     first = record.views[0]
-    usual = first.x_resolution in _USUAL and first.y_resolution in _USUAL
+    usual = _is_usual(first.x_resolution, first.y_resolution)
     converted = convert(record, target, view=0, keep_extended=True,
                         resolution=None if usual else MATCHER_RESOLUTION)
     told = f"{form.text} converted to {target.text}" if form is not target else form.text

@@ -22,24 +22,28 @@ def plain_bytes(value: object, name: str) -> bytes:
         raise TypeError(f"{name}: a template is bytes-like, not {type(value).__name__}") from None
 
 
-def misread(data: bytes) -> bool:
-    """Whether the matcher would take the bytes for a record that they are not: one of
-    a later edition, or of ANSI with a length in six bytes."""
+def misread(data: bytes, by: str = "vxmkit.records.matchable") -> str:
+    """Why the matcher would misread the bytes, since it looks at no version: a record of
+    a later edition or of an unknown version, or of ANSI with a length in six bytes. Empty
+    if it would not. `by` is what converts such records."""
     if data[:4] != b"FMR\0" or len(data) < 10:
-        return False
+        return ""
+    if data[4:8] in (b"030\0", b"035\0"):
+        return f"a record of a later form, which the matcher would misread: convert it by {by}"
+    if data[4:8] != b" 20\0":
+        return "a record of an unknown version"
     size = len(data).to_bytes(4, "big")
-    long_ansi = data[8:10] == b"\0\0" and data[10:14] == size and size > b"\0\0\xff\xff"
-    return data[4:8] in (b"030\0", b"035\0") or (long_ansi and data[8:12] != size)
+    if data[8:10] == b"\0\0" and data[10:14] == size > b"\0\0\xff\xff" and data[8:12] != size:
+        return f"a record with a long length, which the matcher would misread: convert it by {by}"
+    return ""
 
 
 def template_bytes(value: object, name: str) -> bytes:
     """The bytes of a template that the matcher does not misread. TypeError: as above.
     TemplateTypeError: a record of a form that it takes for another."""
     data = plain_bytes(value, name)
-    if data.startswith(b"FMR") and misread(data):
-        raise TemplateTypeError(
-            Status.ERR_TEMPLATE_TYPE, "a record of a form that the matcher does not compare; "
-            "convert it by vxmkit.records.matchable", name)
+    if why := misread(data):
+        raise TemplateTypeError(Status.ERR_TEMPLATE_TYPE, why, name)
     return data
 
 

@@ -6,6 +6,7 @@ AS 'SELECT template FROM fingers WHERE id = $1';
 \set probe 'finger(''001_1.vxt'')'
 \set same 'finger(''001_2.vxt'')'
 \set iso 'finger(''001_1.iso'')'
+\set same_iso 'finger(''001_2.iso'')'
 \set ansi 'finger(''001_1.ansi'')'
 -- An ISO record with all its minutiae, but longer than its bytes by its own account.
 \set broken 'set_byte(finger(''001_2.iso''), 10, 4)'
@@ -92,6 +93,15 @@ FROM (VALUES ('empty', ''::bytea), ('text', 'no template'), ('header', '\x450181
   ('zeros', decode(repeat('00', 65535), 'hex')), ('huge', decode(repeat('00', 3000000), 'hex')))
   t (name, bytes);
 
+-- Records of other forms: told, no templates, and back from each the same comparison.
+SELECT form, vxm_form(record) AS told, length(record) AS size, vxm_valid(record) AS valid,
+  vxm_score(:same_iso, vxm_convert(record, 'iso-2005')) = vxm_score(:same_iso, :iso) AS equal
+FROM unnest(ARRAY['ansi-2009', 'ANSI-2009/AM1', 'ISO:2011', 'iso-2005']) AS form,
+  vxm_convert(:iso, form) AS record;
+SELECT * FROM vxm_convert_report('\x464d520020323000000000290000012c019000c500c501000000000140'
+  '0a0014413c0005014400054d', 'ansi-2004', 394);
+SELECT length(vxm_convert(:iso, 'iso-card')) / 5 = (vxm_info(:iso)).minutiae, vxm_form('no record'), vxm_form(:probe), vxm_form(''), vxm_convert(NULL, 'xyt');
+
 -- Errors, each with its code.
 CREATE FUNCTION error_of(call text) RETURNS text LANGUAGE plpgsql AS $$
 DECLARE detail text;
@@ -125,7 +135,15 @@ SELECT call, error_of(call) FROM unnest(ARRAY[
   $$vxm_best(finger('001_1.iso'), id, template, NULL) FROM many$$,
   $$vxm_best(finger('001_1.iso'), id, template, 0) FROM many$$,
   $$vxm_best(finger('001_1.iso'), id, '', length(id)) FROM (VALUES ('a'), ('bc')) AS f (id)$$,
-  $$vxm_best(finger('001_1.iso'), id, template, 3) FROM many WHERE id LIKE '%.vxt'$$]) AS call;
+  $$vxm_best(finger('001_1.iso'), id, template, 3) FROM many WHERE id LIKE '%.vxt'$$,
+  $$vxm_score(finger('001_1.iso'), vxm_convert(finger('001_1.iso'), 'iso-2011'))$$,
+  $$vxm_search(vxm_convert(finger('001_1.ansi'), 'ansi-2009'), id, template) FROM many$$,
+  $$vxm_verify(overlay(finger('001_1.iso') PLACING ' 10' FROM 5), finger('001_1.iso'))$$,
+  $$vxm_convert(finger('001_1.vxt'), 'iso-2005')$$,
+  $$vxm_convert(finger('001_1.iso'), 'native')$$,
+  $$vxm_convert(finger('001_1.iso'), 'iso-2011', -1)$$,
+  $$vxm_convert(finger('001_1.iso'), 'iso-2011', view => 2)$$,
+  $$vxm_convert(substr(finger('001_1.iso'), 1, 100), 'iso-2011')$$]) AS call;
 
 -- The predicates: the full one finds what verification does.
 SELECT count(*), count(*) FILTER (WHERE vxm_matches_fully(:iso, template)),
