@@ -108,7 +108,8 @@ def _figures(rates: ErrorRates, thresholds: list[int]) -> Curve:
                      *rates.fmr[thresholds], *rates.fnmr[thresholds]])
 
 
-def with_interval(figures: NDArray[np.float64], drawn: Sequence[Any]) -> list[Rate]:
+def with_interval(figures: NDArray[np.float64], drawn: Sequence[Any] | NDArray[np.float64]
+                  ) -> list[Rate]:
     """The figures with what lies between the 2.5th and the 97.5th percentile of the same
     figures of each round."""
     if len(drawn) == 0:

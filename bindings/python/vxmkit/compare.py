@@ -78,7 +78,7 @@ def main(arguments: Sequence[str] | None = None) -> int:
     try:
         runs = {}
         for text in options.results:
-            name, protocol, accuracy = _run(text, options.protocol)
+            name, _, accuracy = _run(text, options.protocol)
             if name in runs:
                 raise ValueError(f"two results are called {name!r}: name them by NAME=FOLDER")
             runs[name] = accuracy

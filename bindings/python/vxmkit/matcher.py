@@ -6,7 +6,7 @@ import dataclasses
 import operator
 import threading
 from collections.abc import Callable, Iterable, Iterator
-from typing import SupportsFloat, SupportsIndex
+from typing import Any, SupportsFloat, SupportsIndex
 
 from .constants import SCORE_SCALE, SECURITY_LEVELS, Parameter, TemplateType, TextSize
 from .gallery import Gallery
@@ -50,7 +50,7 @@ def _whole_number(value: object, name: str) -> int:
     raise TypeError(f"{name}: an int is wanted, not {type(value).__name__}")
 
 
-def _switch(value: object, name: str) -> bool:
+def _switch(value: Any, name: str) -> bool:
     """A bool, numpy's included, or 0 or 1."""
     plain = value.item() if type(value).__name__ in ("bool_", "bool") and hasattr(
         value, "item") else value

@@ -18,9 +18,11 @@ class Pairs(Protocol):
 
     def between(self, start: int, stop: int) -> tuple[Indices, Indices]:
         """Probes and candidates of the pairs numbered start..stop - 1."""
+        ...
 
     def identity(self) -> Iterator[bytes]:
         """Bytes that are the same only for the same pairs."""
+        ...
 
 
 class Matrix:

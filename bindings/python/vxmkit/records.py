@@ -275,7 +275,7 @@ def _whole(value: object, name: str, largest: int) -> int:
 
 
 def _fill(target: ctypes.Structure, source: object, names: Sequence[str]) -> None:
-    sizes = {name: ctypes.sizeof(kind) for name, kind in target._fields_}
+    sizes = {field[0]: ctypes.sizeof(field[1]) for field in target._fields_}
     for name in names:
         setattr(target, name, _whole(getattr(source, name), name, 256 ** sizes[name] - 1))
 

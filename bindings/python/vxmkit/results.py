@@ -45,7 +45,7 @@ class ResultFolder:
         becomes scores.npy."""
         if isinstance(points, np.memmap):
             file = Path(str(points.filename))
-            points._mmap.close()  # Windows renames no mapped file
+            getattr(points, "_mmap").close()  # Windows renames no mapped file
             os.replace(file, self.part / "scores.npy")
         for stale in self.part.glob("*.part"):
             stale.unlink()
