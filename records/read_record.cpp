@@ -1,6 +1,6 @@
 // Reading the headers of the four layouts with one, and the views behind them.
 #include <algorithm>
-#include <map>
+#include <array>
 
 #include "forms.h"
 #include "reading.h"
@@ -94,7 +94,7 @@ Header ReadHeader(Cursor& in, OwnedRecord& record, Faults& faults) {
 
 // Views of a finger are numbered from 0; some makers number all views of a record so.
 void CheckNumbers(const OwnedRecord& record, const std::vector<size_t>& offsets, Faults& faults) {
-  std::map<int, size_t> ofFinger;
+  std::array<size_t, 256> ofFinger{};
   for (size_t i = 0; i < record.viewList.size(); i++) {
     const VXR_View& view = record.viewList[i];
     const size_t expected = ofFinger[view.fingerPosition]++;
