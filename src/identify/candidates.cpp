@@ -10,6 +10,7 @@
 #include <new>
 #include <numeric>
 
+#include "platform/cpu.h"
 #include "platform/platform.h"
 
 namespace vxm {
@@ -24,6 +25,21 @@ uint8_t OrderKey(TemplateFormat format, uint8_t probeAttribute, const uint8_t* b
   if (bytes == nullptr || !ReadAttribute(format, bytes, size, attribute)) return unknownKey;
   return static_cast<uint8_t>(std::abs(attribute - probeAttribute));
 }
+
+// So many candidates ahead, the order asks for memory: a key takes a fraction of the time
+// that memory takes to answer.
+constexpr size_t keysAhead = 32;
+
+// Asks for the bytes that say the attribute: at the front, and where a standard record's
+// extended data usually are, at the end.
+void ExpectAttribute(const uint8_t* bytes, int size) {
+  if (bytes == nullptr || size < 1) return;
+  platform::Prefetch(bytes);
+  platform::Prefetch(bytes + size - 1);
+}
+
+// What an ordinary template takes; asking for more gains nothing.
+constexpr int mostExpected = 2048;
 
 int CopySize(int templateSize) { return std::clamp(templateSize, 0, maxCopySize); }
 
@@ -50,6 +66,8 @@ bool BuildCandidateList(CandidateList& list, TemplateFormat format, uint8_t prob
   // Keys are small, so they are counted, and each says where its entries begin.
   size_t next[orderKeys + 1] = {};
   for (size_t i = 0; i < count; i++) {
+    const size_t later = i + keysAhead;
+    if (later < count) ExpectAttribute(templates[later], templateSizes[later]);
     keys[i] = OrderKey(format, probeAttribute, templates[i], templateSizes[i]);
     next[keys[i] + 1]++;
   }
@@ -58,6 +76,17 @@ bool BuildCandidateList(CandidateList& list, TemplateFormat format, uint8_t prob
     list.entries[next[keys[i]]++] = {static_cast<int32_t>(i), templates[i], templateSizes[i]};
   }
   return true;
+}
+
+void ExpectCandidate(const CandidateList& list, int position) {
+  if (position >= list.count) return;
+  constexpr int line = 64;
+  const CandidateEntry& entry = list.entries[static_cast<size_t>(position)];
+  if (entry.templateData == nullptr) return;
+  const int size = std::min(entry.templateSize, mostExpected);
+  for (int offset = 0; offset < size; offset += line) {
+    platform::Prefetch(entry.templateData + offset);
+  }
 }
 
 CandidateCopies::~CandidateCopies() {

@@ -27,6 +27,10 @@ bool BuildCandidateList(CandidateList& list, TemplateFormat format, uint8_t prob
                         const unsigned char* const* templates, const int* templateSizes,
                         int templateCount);
 
+// Asks for the bytes of the candidate at that position of the search, if there is one, so
+// that they are in the cache when its turn comes.
+void ExpectCandidate(const CandidateList& list, int position);
+
 // The attribute byte of a candidate's raw bytes; false when they are too short.
 bool ReadAttribute(TemplateFormat format, const uint8_t* bytes, int size, uint8_t& attribute);
 

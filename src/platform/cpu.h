@@ -42,4 +42,15 @@ inline int LowestBit(uint64_t bits) {
 #endif
 }
 
+// Asks for the cache line of an address that will be read soon, if the compiler can.
+inline void Prefetch(const void* address) {
+#if defined(__GNUC__) || defined(__clang__)
+  __builtin_prefetch(address);
+#elif defined(_M_X64) || defined(_M_IX86)
+  _mm_prefetch(static_cast<const char*>(address), _MM_HINT_T0);
+#else
+  (void)address;
+#endif
+}
+
 }  // namespace vxm::platform
