@@ -1,75 +1,50 @@
-"""Draws templates as the engine sees them.
+"""Draws templates: why two match, as the engine sees them, or what one holds.
 
     python3 -m vxmkit.draw TEMPLATE -o one.svg
     python3 -m vxmkit.draw PROBE CANDIDATE -o pair.svg
 
-A circle is a ridge ending, a square a bifurcation, each with its direction. Native
-templates show the quality of a minutia by its shade, from white (0) to black (127),
-and behind the minutiae the ridge orientation of each block. Of two templates, those
-minutiae are numbered and connected that the best alignment pairs; the others are
-pale. The suffix of the output chooses its format: .svg, .png or .pdf.
+A circle is a ridge ending, a square a bifurcation, each with its direction and shaded by
+its quality, from white (the worst) to black. Native templates show behind the minutiae the
+ridge orientation of each block. A record of any form is drawn in its image, with the
+directions that stand in it (the engine's are opposite), and cores, deltas, ridge counts and
+zonal quality where it has them. Of two templates, those minutiae are numbered and connected
+that the best alignment pairs; the others are pale; records of other forms and resolutions
+are converted before, which is told. The suffix of the output chooses its format: .svg,
+.png or .pdf.
 """
 from __future__ import annotations
 
 import argparse
 import sys
+import tempfile
 from collections.abc import Sequence
 from pathlib import Path
 from typing import Any
 
 try:
     from matplotlib.axes import Axes
-    from matplotlib.collections import LineCollection
     from matplotlib.figure import Figure
     from matplotlib.lines import Line2D
     from matplotlib.patches import ConnectionPatch
 
     from .figures import save
+    from .record_picture import explain_any, is_record, record_view
+    from .records import Form, form_of
+    from .template_marks import (BLOCK, MARKERS, PALE, draw_extended, draw_minutiae, draw_ridges,
+                                 extended_legend, mark)
 except ModuleNotFoundError as missing:
-    print(f"vxmkit.draw: needs matplotlib; no {missing.name} here", file=sys.stderr)
+    print(f"vxmkit.draw: needs numpy and matplotlib; no {missing.name} here", file=sys.stderr)
     sys.exit(2)
-from math import cos, radians, sin
-
 from .explain import ExplainError, explain
 from .host_program import DONE, run_program
 
-BLOCK = 16  # pixels
-_TAIL = 13  # length of a minutia's direction, pixels
-_MARKERS = {0: "o", 1: "s"}  # by type; any other type is drawn as a diamond
-_PALE = "0.6"
 _SUFFIXES = (".svg", ".png", ".pdf")
 
 
-def _ridges(axes: Axes, orientation: list[list[float | None]]) -> None:
-    """A line along the ridges in the middle of each block that has any."""
-    half = 0.38 * BLOCK
-    lines = []
-    for row, blocks in enumerate(orientation):
-        for column, degrees in enumerate(blocks):
-            if degrees is None:
-                continue
-            x, y = (column + 0.5) * BLOCK, (row + 0.5) * BLOCK
-            dx, dy = half * cos(radians(degrees)), half * sin(radians(degrees))
-            lines.append([(x - dx, y - dy), (x + dx, y + dy)])
-    axes.add_collection(LineCollection(lines, colors="0.8", linewidths=1, zorder=1))
-
-
-def _minutiae(axes: Axes, minutiae: list[dict[str, Any]], strong: set[int]) -> None:
-    """Those that are not strong are pale."""
-    for index, each in enumerate(minutiae):
-        color = "black" if index in strong else _PALE
-        shade = 1 - each.get("quality", 127) / 127
-        fill = str(shade if index in strong else 0.6 + 0.4 * shade)
-        way = radians(each["direction"])
-        x, y = each["x"], each["y"]
-        axes.plot([x, x + _TAIL * cos(way)], [y, y + _TAIL * sin(way)], color=color,
-                  linewidth=1.3, zorder=2)
-        axes.plot(x, y, _MARKERS.get(each["type"], "D"), color=color, markerfacecolor=fill,
-                  markersize=5, zorder=3)
-
-
 def _extent(template: dict[str, Any]) -> tuple[float, float, float, float]:
-    """Left, right, top, bottom of what is to be seen: the grid, or all minutiae."""
+    """Left, right, top, bottom of what is to be seen: the image, the grid, or all minutiae."""
+    if all(template.get("image", (0, 0))):
+        return 0, template["image"][0], 0, template["image"][1]
     orientation = template["orientation"]
     if orientation:
         return 0, len(orientation[0]) * BLOCK, 0, len(orientation) * BLOCK
@@ -81,8 +56,10 @@ def _extent(template: dict[str, Any]) -> tuple[float, float, float, float]:
 def _template(axes: Axes, template: dict[str, Any], strong: set[int]) -> None:
     left, right, top, bottom = _extent(template)
     if template["orientation"]:
-        _ridges(axes, template["orientation"])
-    _minutiae(axes, template["minutiae"], strong)
+        draw_ridges(axes, template["orientation"])
+    if "extended" in template:
+        draw_extended(axes, template["extended"], template["minutiae"])
+    draw_minutiae(axes, template["minutiae"], strong)
     axes.set(xlim=(left, right), ylim=(bottom, top), aspect="equal", xticks=[], yticks=[])
     axes.spines[:].set_visible(True)
     axes.spines[:].set_color("0.8")
@@ -91,24 +68,24 @@ def _template(axes: Axes, template: dict[str, Any], strong: set[int]) -> None:
 
 
 def _legend(figure: Figure, templates: Sequence[dict[str, Any]], paired: bool) -> None:
-    def mark(marker: str, fill: str, label: str, color: str = "black") -> Line2D:
-        return Line2D([], [], marker=marker, color=color, markerfacecolor=fill, linestyle="",
-                      markersize=5, label=label)
-
-    native = any("quality" in each for template in templates for each in template["minutiae"])
+    shaded = any("quality" in each for template in templates for each in template["minutiae"])
     handles = [mark("o", "black", "ridge ending"), mark("s", "black", "bifurcation")]
-    if any(each["type"] not in _MARKERS for template in templates
+    if any(each["type"] not in MARKERS for template in templates
            for each in template["minutiae"]):
         handles.append(mark("D", "black", "of another type"))
-    if native:
+    if shaded:
         handles.append(mark("o", "white", "lower quality is lighter"))
+    if any(template["orientation"] for template in templates):
         handles.append(Line2D([], [], color="0.8", label="ridges"))
+    for template in templates:
+        handles += extended_legend(template["extended"]) if "extended" in template else []
     if paired:
-        handles.append(mark("o", _PALE, "without a mate", _PALE))
+        handles.append(mark("o", PALE, "without a mate", PALE))
         handles.append(Line2D([], [], color="0.35", linestyle="--", label="seeds"))
-    strip = 0.3 / figure.get_figheight()
+    columns = min(len(handles), int(figure.get_figwidth() / 1.4))
+    strip = 0.3 * -(-len(handles) // columns) / figure.get_figheight()
     figure.get_layout_engine().set(rect=(0, strip, 1, 1 - strip))
-    figure.legend(handles=handles, loc="lower center", ncols=len(handles), frameon=False,
+    figure.legend(handles=handles, loc="lower center", ncols=columns, frameon=False,
                   fontsize=8, handletextpad=0.4, columnspacing=1.2)
 
 
@@ -123,7 +100,7 @@ def _size(templates: Sequence[dict[str, Any]]) -> tuple[float, float]:
 
 
 def draw_one(template: dict[str, Any]) -> Figure:
-    """A template as `explain` tells it."""
+    """A template as `explain` or `record_view` tells it."""
     figure = Figure(figsize=_size([template]), layout="constrained")
     _template(figure.subplots(), template, set(range(len(template["minutiae"]))))
     _legend(figure, [template], paired=False)
@@ -175,6 +152,30 @@ def draw_pair(told: dict[str, Any]) -> Figure:
     return figure
 
 
+def _size_of(text: str) -> tuple[int, int]:
+    width, _, height = text.partition("x")
+    if not (width.isdecimal() and height.isdecimal()):
+        raise argparse.ArgumentTypeError(f"{text!r} is no WIDTHxHEIGHT in pixels")
+    return int(width), int(height)
+
+
+def _form(text: str) -> Form:
+    try:
+        return form_of(text)
+    except ValueError as error:
+        raise argparse.ArgumentTypeError(error) from error
+
+
+def _figure(options: argparse.Namespace) -> Figure:
+    if options.candidate is not None:
+        with tempfile.TemporaryDirectory() as folder:
+            return draw_pair(explain_any([options.probe, options.candidate], Path(folder)))
+    data = options.probe.read_bytes()
+    if options.form or is_record(data):
+        return draw_one(record_view(options.probe, data, options.form, options.size, options.view))
+    return draw_one(explain([options.probe]))
+
+
 def _draw(arguments: Sequence[str] | None) -> int:
     parser = argparse.ArgumentParser(prog="python3 -m vxmkit.draw", description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter,
@@ -183,19 +184,20 @@ def _draw(arguments: Sequence[str] | None) -> int:
     parser.add_argument("candidate", type=Path, nargs="?", metavar="CANDIDATE",
                         help="a second template, to be compared with the first")
     parser.add_argument("-o", "--out", type=Path, required=True, help="picture to write")
+    parser.add_argument("--view", type=int, default=1, help="which view of a record, from 1")
+    parser.add_argument("--from", dest="form", type=_form, metavar="FORM",
+                        help="form of a record without a header: iso-card, iso-card-compact, xyt")
+    parser.add_argument("--from-size", dest="size", type=_size_of, metavar="WIDTHxHEIGHT",
+                        help="size of its image, without which xyt cannot be read")
     options = parser.parse_args(arguments)
     if options.out.suffix not in _SUFFIXES:
         parser.error(f"{options.out}: the suffix must be one of {', '.join(_SUFFIXES)}")
-    if options.candidate is None:
-        figure = draw_one(explain([options.probe]))
-    else:
-        figure = draw_pair(explain([options.probe, options.candidate]))
-    save(figure, options.out)
+    save(_figure(options), options.out)
     return DONE
 
 
 def main(arguments: Sequence[str] | None = None) -> int:
-    return run_program("vxmkit.draw", lambda: _draw(arguments), (ExplainError, OSError))
+    return run_program("vxmkit.draw", lambda: _draw(arguments), (ExplainError, OSError, ImportError))
 
 
 if __name__ == "__main__":
