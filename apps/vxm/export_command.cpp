@@ -46,6 +46,13 @@ const char* SuffixOf(Format format) {
   }
 }
 
+// A template, or a record that one can be converted into.
+bool IsWhole(const StoredEntry& entry) {
+  if (entry.fault.empty()) return true;
+  return VXR_TellForm(entry.bytes.data(), entry.bytes.size()) != VXR_UNKNOWN &&
+         entry.fault == MisreadFault(entry.bytes);
+}
+
 class Exporter {
  public:
   explicit Exporter(const ExportOptions& options)
@@ -54,7 +61,7 @@ class Exporter {
   void Take(const StoredEntry& entry) {
     if (!wanted_.empty() && wanted_.count(entry.id) == 0) return;
     unseen_.erase(entry.id);
-    if (!entry.fault.empty()) {
+    if (!IsWhole(entry)) {
       leftOut.push_back({entry.id + " (" + NameOf(entry.format) + ")", entry.fault});
       return;
     }

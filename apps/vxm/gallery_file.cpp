@@ -36,6 +36,8 @@ StoredEntry ReadEntry(SQLite::Statement& row) {
     entry.fault = "has no id";
   } else if (!format) {
     entry.fault = "has the unknown type " + std::to_string(row.getColumn(1).getInt());
+  } else if (const std::string misread = MisreadFault(entry.bytes); !misread.empty()) {
+    entry.fault = misread;
   } else if (!entry.inspection.fault.empty()) {
     entry.fault = FaultText(entry.inspection);
   } else if (*format != entry.inspection.format) {

@@ -2,8 +2,10 @@
 
 Run as: test_galleries.py [EMULATOR] VXM
 """
+import contextlib
 import json
 import resource
+import sqlite3
 import subprocess
 import sys
 import tempfile
@@ -33,6 +35,20 @@ class Galleries(unittest.TestCase):
         done = run("list", self.gallery, "--json")
         self.assertEqual((done.returncode, done.stderr), (0, ""))
         return [(e["id"], e["format"], e["note"]) for e in json.loads(done.stdout)]
+
+    def test_misread_record(self) -> None:
+        """It is named, and converted for good by way of files."""
+        later, out = self.folder / "001_1.iso", self.folder / "out"
+        run("convert", self.made / "001_1.iso", later, "--to", "iso-2011")
+        with contextlib.closing(sqlite3.connect(self.gallery)) as database, database:
+            database.execute("UPDATE templates SET template = ? WHERE id = '001_1' AND type = 2002",
+                             [later.read_bytes()])
+        self.assertIn("001_1 (ISO 19794-2): is a record of the form iso-2011",
+                      run("check", self.gallery).stdout)
+        for command in (["export", self.gallery, out, "001_1"], ["remove", self.gallery, "001_1"],
+                        ["enroll", self.gallery, *(out / f"001_1.{kind}" for kind in ("iso", "vxt"))]):
+            self.assertEqual(run(*command).returncode, 0, command)
+        self.assertIn("26 templates, 0 faults", run("check", self.gallery).stdout)
 
     def test_keeps_and_searches(self) -> None:
         self.enroll(self.made / "004_2.vxt", "--id", "again", "--note", "left thumb")

@@ -6,6 +6,7 @@ import hashlib
 import json
 import os
 import re
+import shutil
 import signal
 import subprocess
 import sys
@@ -46,6 +47,7 @@ class Vxm(unittest.TestCase):
             "cut.ansi": ansi[:60],
             "many.ansi": ansi[:29] + b"\xc9" + ansi[30:] + bytes(1300),
             "long.vxt": native + b"more",
+            "version.iso": iso[:5] + b"1" + iso[6:],
             "bare.iso": iso[:11] + bytes([iso[11] - 5]) + iso[12:-7] + b"\0\0",
         }.items():
             (cls.folder / name).write_bytes(data)
@@ -131,6 +133,11 @@ class Vxm(unittest.TestCase):
             self.expect(2, "", "convert it by vxm convert", "verify", one, f(other), "--no-convert")
             self.expect(2, "", "convert it by", "rotate", one, self.folder / "turned")
         self.expect(0, "iso-2011, 294 bytes, 1 view, 40 minutiae", "", "info", later, "--check")
+        for command in ("verify", f("001_1.iso")), ("enroll", self.folder / "g.db"), ("info",), \
+                ("rotate", self.folder / "turned"), ("convert", new / "x", "--to", "iso-2005"):
+            files = [f("version.iso"), *command[1:]]
+            self.expect(2, "", "unknown version" if command[0] != "convert" else "of a known form",
+                        command[0], *(reversed(files) if command[0] == "enroll" else files))
         later.write_bytes(later.read_bytes()[:21] + b"\x0d" + later.read_bytes()[22:])
         report, = json.loads(run("info", later, "--check", "--json").stdout)
         self.assertEqual(report["faults"], [{"offset": 21, "view": 0, "minutia": None,
@@ -148,6 +155,44 @@ class Vxm(unittest.TestCase):
             self.assertFalse((new / "x").exists())
         self.expect(4, "1 written as iso-2011", "not converted",
                     "convert", f("001_1.iso"), f("text"), new / "more", "--to", "iso-2011")
+
+    def test_convert_options(self) -> None:
+        """Two views at 394 pixels per cm: four minutiae about (40, 42), and one."""
+        views = ["07 00 00 04 40280014 1000 40320028 2000 401E0028 3000 40280044 4000 0000",
+                 "07 10 00 01 80030004 8000 0000"]
+        head = "464D5200 20323000 00000042 0000 0064 0064 018A 018A 02 00"
+        (self.folder / "two.iso").write_bytes(bytes.fromhex(head + "".join(views)))
+        (self.folder / "one.xyt").write_text("40 80 202 5\n50 60 225\n")
+        first = ["40 80 203 0", "50 60 225 0", "30 60 248 0", "40 32 270 0"]
+        two, text = self.folder / "two.iso", self.folder / "one.xyt"
+        xyt, view = ["--to", "xyt"], ["--view", 1]
+        for name, options, expected in (
+                (two, [*xyt, *view], {"out": first}),
+                (two, [*xyt, "--view", 2], {"out": ["3 96 0 0"]}),
+                (two, [*xyt, "--split"], {"out_1.xyt": first, "out_2.xyt": ["3 96 0 0"]}),
+                (two, [*xyt, *view, "--resolution", 197],
+                 {"out": ["20 40 203 0", "25 30 225 0", "15 30 248 0", "20 16 270 0"]}),
+                (two, [*xyt, *view, "--size", "50x41"], {"out": ["40 21 203 0", "30 1 248 0"]}),
+                (two, [*xyt, *view, "--max-minutiae", 2], {"out": first[1:3]}),
+                (two, [*xyt, *view, "--order", "x"], {"out": [first[i] for i in (2, 0, 3, 1)]}),
+                (two, [*xyt, *view, "--order", "y", "--descending"],
+                 {"out": [first[i] for i in (3, 1, 2, 0)]}),
+                (two, [*xyt, *view, "--order", "angle", "--descending"], {"out": first[::-1]}),
+                (two, [*xyt, *view, "--order", "distance"], {"out": [first[i] for i in (1, 2, 0, 3)]}),
+                (text, [*xyt, "--from", "xyt", "--from-size", "100x100", "--from-resolution", 394,
+                        "--resolution", 197], {"out": ["20 40 202 5", "25 30 225 0"]})):
+            out = self.folder / "options"
+            out.mkdir()
+            self.expect(0, "written as", "" if name == text else "lost", "convert", name,
+                        out / "out", *options)
+            self.assertEqual({each.name: each.read_text().splitlines() for each in out.iterdir()},
+                             expected, options)
+            shutil.rmtree(out)
+        for message, *options in (("there is no view 3", "--view", 3), ("choose one, or split",),
+                                  ("excludes", "--view", 1, "--split"),
+                                  ("no whole number", "--max-minutiae", -1),
+                                  ("is no WIDTHxHEIGHT", "--size", "0x5")):
+            self.expect(2, "", message, "convert", two, self.folder / "none", *xyt, *options)
 
     def test_rotate(self) -> None:
         turned = self.folder / "turned"

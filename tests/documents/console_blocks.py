@@ -74,6 +74,7 @@ BLOCKS = {
         'sqlite3 people.db ".backup people-backup.db"':
             How("build/demo", before="rm -f people.db && vxm enroll people.db fingers/*_1.vxt"),
         "vxm export people.db out": How("build/demo", before="rm -rf out new.db"),
+        "vxm export people.db out 042_1 043_1": How("build/demo", before="rm -rf out"),
     },
     "docs/hosts.md": {
         "cc search.c $(pkg-config --cflags --libs vxmkit) -o search":
