@@ -1,6 +1,7 @@
 // Reducing a template to its most telling minutiae.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "identify/staged.h"
@@ -21,6 +22,9 @@ vxm::MatchWorkspace Workspace(const std::vector<Place>& places) {
     workspace.y[i] = static_cast<int16_t>(places[i].y);
     workspace.angle[i] = static_cast<uint16_t>(i);
   }
+  for (int block = 0; block < 100; block++) {
+    workspace.orientation[block / 10][block % 10] = static_cast<uint8_t>(block);
+  }
   return workspace;
 }
 
@@ -36,6 +40,7 @@ TEST(ReductionTest, KeepsTheLonelyThenTheCentralThenTheEarlier) {
       {"central", {{10, 80}, {80, 100}, {150, 80}, {80, 62}}, 2, {1, 3}},
       {"in the order of the source", {{80, 100}, {10, 80}, {80, 62}}, 2, {0, 2}},
       {"the earlier of equals", {{80, 20}, {20, 80}, {140, 80}, {80, 140}}, 2, {0, 1}},
+      {"one of two equals", {{80, 20}, {20, 80}, {140, 80}, {80, 140}}, 3, {0, 1, 2}},
       {"lonely before central", {{80, 80}, {80, 82}, {5, 5}, {150, 150}}, 2, {2, 3}},
       {"10 pixels apart is crowded", {{80, 80}, {86, 88}, {5, 5}}, 1, {2}},
       {"more than 10 is not", {{80, 80}, {90, 81}, {5, 5}}, 2, {0, 1}},
@@ -43,9 +48,16 @@ TEST(ReductionTest, KeepsTheLonelyThenTheCentralThenTheEarlier) {
   };
   for (const auto& c : cases) {
     const auto target = std::make_unique<vxm::MatchWorkspace>();
-    vxm::ReduceWorkspace(Workspace(c.places), *target, c.maxCount, vxm::Scale::native);
+    const vxm::MatchWorkspace source = Workspace(c.places);
+    vxm::ReduceWorkspace(source, *target, c.maxCount, vxm::Scale::native);
     EXPECT_EQ(std::vector<int>(target->angle, target->angle + target->minutiaCount), c.kept)
         << c.what;
+    if (c.kept.size() < c.places.size()) continue;
+    for (int row = 0; row < source.gridHeight; row++) {
+      EXPECT_TRUE(std::equal(source.orientation[row], source.orientation[row] + source.gridWidth,
+                             target->orientation[row]))
+          << c.what << ", row " << row;
+    }
   }
 }
 
