@@ -24,6 +24,7 @@ except ModuleNotFoundError as missing:
     print(f"vxmkit.compare: needs numpy, matplotlib and tqdm; no {missing.name} here",
           file=sys.stderr)
     sys.exit(2)
+from .host_program import DONE, run_program
 
 
 def _accuracy(told: dict[str, Any], curves: list[tuple[float, float]]) -> Accuracy:
@@ -60,7 +61,7 @@ def _table(runs: dict[str, Accuracy]) -> str:
                      for first, cells in rows)
 
 
-def main(arguments: Sequence[str] | None = None) -> int:
+def _compare(arguments: Sequence[str] | None) -> int:
     parser = argparse.ArgumentParser(
         prog="python3 -m vxmkit.compare", description=__doc__,
         formatter_class=argparse.RawDescriptionHelpFormatter,
@@ -75,19 +76,19 @@ def main(arguments: Sequence[str] | None = None) -> int:
         parser.error(f"2 to {len(LINES)} folders of results can be compared")
     if options.out.suffix not in (".svg", ".png", ".pdf"):
         parser.error("the picture's suffix must be one of .svg, .png, .pdf")
-    try:
-        runs = {}
-        for text in options.results:
-            name, _, accuracy = _run(text, options.protocol)
-            if name in runs:
-                raise ValueError(f"two results are called {name!r}: name them by NAME=FOLDER")
-            runs[name] = accuracy
-        save(det(runs, options.title), options.out)
-        say(_table(runs))
-    except (OSError, ValueError) as error:
-        print(f"vxmkit.compare: {error}", file=sys.stderr)
-        return 2
-    return 0
+    runs: dict[str, Accuracy] = {}
+    for text in options.results:
+        name, _, accuracy = _run(text, options.protocol)
+        if name in runs:
+            raise ValueError(f"two results are called {name!r}: name them by NAME=FOLDER")
+        runs[name] = accuracy
+    save(det(runs, options.title), options.out)
+    say(_table(runs))
+    return DONE
+
+
+def main(arguments: Sequence[str] | None = None) -> int:
+    return run_program("vxmkit.compare", lambda: _compare(arguments), (OSError, ValueError))
 
 
 if __name__ == "__main__":

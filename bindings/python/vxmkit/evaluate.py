@@ -25,7 +25,7 @@ from __future__ import annotations
 
 import argparse
 import sys
-from collections.abc import Mapping, Sequence
+from collections.abc import Callable, Mapping, Sequence
 from pathlib import Path
 from typing import Any
 
@@ -44,7 +44,7 @@ except ModuleNotFoundError as missing:
     sys.exit(2)
 from .constants import THRESHOLDS, TemplateType
 from .errors import LibraryNotFoundError
-from .host_program import DONE, FAILED, LEFT_OUT, STOPPED
+from .host_program import DONE, LEFT_OUT, run_program
 from .impressions import Enrolment, FolderError, Impression, of_one_type, read_folder
 
 _TYPES = {"native": TemplateType.NATIVE, "iso": TemplateType.ISO19794_2,
@@ -122,19 +122,18 @@ def title_of(options: argparse.Namespace, impressions: Sequence[Impression]) -> 
     return options.title or f"{options.folder.resolve().name}, {impressions[0].type.name}"
 
 
-def run(program: str, options: argparse.Namespace, work: Any) -> int:
+def run(program: str, parse: Callable[[], argparse.Namespace],
+        work: Callable[[argparse.Namespace], int]) -> int:
     """Turns what ends a program early into a message and an exit code."""
-    try:
-        code: int = work(options)
-        return code
-    except (ExistsError, FolderError, LibraryNotFoundError, OSError, ValueError,
-            WorkerError) as error:
-        print(f"{program}: {error}", file=sys.stderr)
-        return FAILED
-    except KeyboardInterrupt:
-        print(f"{program}: interrupted; what was compared is kept in {options.out}.part, and the "
-              "same command goes on", file=sys.stderr)
-        return STOPPED
+    def body() -> int:
+        options = parse()
+        try:
+            return work(options)
+        except KeyboardInterrupt:
+            raise KeyboardInterrupt(f"interrupted; what was compared is kept in {options.out}.part, "
+                                    "and the same command goes on") from None
+    return run_program(program, body, (ExistsError, FolderError, LibraryNotFoundError, OSError,
+                                       ValueError, WorkerError))
 
 
 def _table(accuracies: Mapping[str, Accuracy]) -> str:
@@ -211,7 +210,7 @@ def _evaluate(options: argparse.Namespace) -> int:
 
 
 def main(arguments: Sequence[str] | None = None) -> int:
-    return run("vxmkit.evaluate", _options(arguments), _evaluate)
+    return run("vxmkit.evaluate", lambda: _options(arguments), _evaluate)
 
 
 if __name__ == "__main__":

@@ -61,8 +61,8 @@ def run_program(name: str, body: Callable[[], int],
         if sys.stdout.writable():
             sys.stdout.flush()
         return code
-    except KeyboardInterrupt:
-        problem, code = "stopped", STOPPED
+    except KeyboardInterrupt as stop:
+        problem, code = str(stop) or "stopped", STOPPED
     except faults as fault:
         problem, code = str(fault).strip() or type(fault).__name__, FAILED
     with suppress(OSError, ValueError):

@@ -269,7 +269,8 @@ def main(arguments: Sequence[str] | None = None) -> int:
     add_folder_options(parser, Path("identification"))
     parser.add_argument("--probes", type=int, default=0, metavar="N",
                         help="at most so many, spread over all (default: all)")
-    return run("vxmkit.identification", checked_options(parser, arguments), _identify)
+    return run("vxmkit.identification", lambda: checked_options(parser, arguments),
+               _identify)
 
 
 if __name__ == "__main__":
