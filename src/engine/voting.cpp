@@ -19,63 +19,37 @@
 namespace vxm {
 namespace {
 
-// Pairs of a template by their length; none for lengths that count for nothing.
-struct LengthCounts {
-  uint16_t counts[maxDistance + 1];
-  int longest;
-  int total;
-};
-
-void CountLengths(const TemplateGeometry& geometry, LengthCounts& lengths) {
-  const int longest = LongestPair(geometry);
-  lengths.longest = longest;
-  std::fill_n(lengths.counts, longest + 1, uint16_t{0});
-  for (int place = 0; place < PairCount(geometry.count); place++) {
-    lengths.counts[geometry.distance[place]]++;
-  }
-  const int tooShort = std::min<int>(EngineParams::minPairDistance, longest) + 1;
-  std::fill_n(lengths.counts, tooShort, uint16_t{0});
-  lengths.total = 0;
-  for (int d = 0; d <= longest; d++) lengths.total += lengths.counts[d];
-}
-
-// How many of the probe's pairs, the shortest, may vote.
+// Up to which length the probe's pairs may vote.
 //
 // When both templates have many pairs, the longest, which distortion bends most, are
 // left out: the longest length of either side at a time, until the product of the counts
-// is small enough. Whole lengths go, so what is left of the probe's pairs are those
-// below one length, and counts by length find it without sorting the reference's
-// pairs. Of the reference's pairs none is barred; but the probe's pairs end to vote where
-// no reference pair below that length is as long, less the tolerance.
+// is small enough. Whole lengths go, and the shorter the length the smaller the product,
+// so the length where that ends is found by halving. Of the reference's pairs none is
+// barred; but the probe's pairs end to vote where no reference pair of that length or less
+// is as long, less the tolerance.
 //
 // MatchKnownAnswerTest and StagedKnownAnswerTest have pairs that are pruned.
-int CountVotingPairs(const EngineContext& context, const MatchLimits& limits) {
+int VotingLength(const EngineContext& context, const MatchLimits& limits) {
   const TemplateGeometry& reference = context.referenceGeometry;
   const PairList& pairs = context.probePairs;
-  const int mostReferencePairs = PairCount(reference.count);
-  const bool mayPrune = limits.pruneEnabled != 0 &&
-                        (pairs.count - 1) * (mostReferencePairs - 1) > limits.pruneMaxProduct;
-  if (!mayPrune) return pairs.count;
-
-  LengthCounts lengths;
-  CountLengths(reference, lengths);
-  int probeLast = pairs.count - 1;
-  int referenceLast = lengths.total - 1;
-  int length = maxDistance + 1;  // pairs of this length and more are left out
-  for (int d = std::max(lengths.longest, pairs.longest); d > limits.pruneMinDistance; d--) {
-    if (probeLast * referenceLast <= limits.pruneMaxProduct) break;
-    const int probePairs = pairs.startAt[d + 1] - pairs.startAt[d];
-    const int referencePairs = d <= lengths.longest ? lengths.counts[d] : 0;
-    if (probePairs + referencePairs == 0) continue;
-    probeLast -= probePairs;
-    referenceLast -= referencePairs;
-    length = d;
+  const auto small = [&](int probePairs, int referencePairs) {
+    return std::min(probePairs, referencePairs) < 2 ||
+           (probePairs - 1) * (referencePairs - 1) <= limits.pruneMaxProduct;
+  };
+  if (limits.pruneEnabled == 0 || small(pairs.count, PairCount(reference.count))) {
+    return pairs.longest;
   }
-  if (length > maxDistance) return pairs.count;
-  int longest = std::min(length - 1, lengths.longest);  // reference pair that is left
-  while (longest > 0 && lengths.counts[longest] == 0) longest--;
-  if (longest == 0) return 0;
-  return PairsUpTo(pairs, std::min(length - 1, longest + limits.distanceTolerance));
+  const auto countUpTo = [&](int length) { return context.kernels->countPairs(reference, length); };
+  const LengthCount all = countUpTo(maxDistance);
+  const int longest = std::max(all.longest, pairs.longest);
+  if (longest <= limits.pruneMinDistance || small(pairs.count, all.count)) return pairs.longest;
+  int voting = limits.pruneMinDistance;  // votes in any case
+  for (int barred = longest; barred - voting > 1;) {
+    const int middle = (voting + barred) / 2;
+    (small(PairsUpTo(pairs, middle), countUpTo(middle).count) ? voting : barred) = middle;
+  }
+  const LengthCount left = countUpTo(voting);
+  return left.count == 0 ? 0 : std::min(voting, left.longest + limits.distanceTolerance);
 }
 
 }  // namespace
@@ -95,7 +69,7 @@ void VotePairs(EngineContext& context, const MatchLimits& limits) {
               uint16_t{0});
   const Kernels& kernels = HasPlainAngles(context) ? ActiveKernels() : scalarKernels;
   context.kernels = &kernels;
-  kernels.castVotes(context, CountVotingPairs(context, limits), limits);
+  kernels.castVotes(context, VotingLength(context, limits), limits);
   kernels.rankSeeds(context);
 }
 

@@ -57,6 +57,11 @@ inline bool PairingHolds(const PairingList& pairings, int k, const Motion& motio
                      EngineParams::angleTolerance);
 }
 
+struct LengthCount {
+  int count;
+  int longest;  // of those counted, in pixels; 0 for none
+};
+
 struct BlockCounts {
   int probe;    // blocks with ridges
   int overlap;  // of them, those that meet a ridge block of the reference
@@ -81,8 +86,11 @@ struct Kernels {
   // Distances and line directions between all minutiae of a template.
   void (*fillPairTables)(TemplateGeometry& geometry);
 
-  // Adds the votes of all reference pairs and the first `votingPairs` probe pairs.
-  void (*castVotes)(EngineContext& context, int votingPairs, const MatchLimits& limits);
+  // Counts the pairs that are long enough to tell a direction, up to a length.
+  LengthCount (*countPairs)(const TemplateGeometry& geometry, int length);
+
+  // Adds the votes of all reference pairs and the probe pairs up to a length.
+  void (*castVotes)(EngineContext& context, int votingLength, const MatchLimits& limits);
 
   // Makes the seeds: each probe minutia with its best-voted mate, the lowest of
   // several, ordered by votes, most first, then by index.

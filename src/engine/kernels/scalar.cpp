@@ -32,7 +32,18 @@ void FillPairTables(TemplateGeometry& geometry) {
   }
 }
 
-void CastVotes(EngineContext& context, int votingPairs, const MatchLimits& limits) {
+LengthCount CountPairs(const TemplateGeometry& geometry, int length) {
+  LengthCount counted = {0, 0};
+  for (int place = 0; place < PairCount(geometry.count); place++) {
+    const int own = geometry.distance[place];
+    if (own <= EngineParams::minPairDistance || own > length) continue;
+    counted.count++;
+    counted.longest = std::max(counted.longest, own);
+  }
+  return counted;
+}
+
+void CastVotes(EngineContext& context, int votingLength, const MatchLimits& limits) {
   const TemplateGeometry& reference = context.referenceGeometry;
   const PairList& pairs = context.probePairs;
   const auto vote = [&](Correspondence c) {
@@ -42,8 +53,7 @@ void CastVotes(EngineContext& context, int votingPairs, const MatchLimits& limit
     for (int i = 0; i < j; i++) {
       const int length = DistanceOf(reference, i, j);
       if (length <= EngineParams::minPairDistance) continue;
-      const int end =
-          std::min<int>(PairsUpTo(pairs, length + limits.distanceTolerance), votingPairs);
+      const int end = PairsUpTo(pairs, std::min(length + limits.distanceTolerance, votingLength));
       for (int p = PairsUpTo(pairs, length - limits.distanceTolerance - 1); p < end; p++) {
         const Correspondence a = {pairs.pairs[p].first, i};
         const Correspondence b = {pairs.pairs[p].second, j};
@@ -201,9 +211,9 @@ void FindSmallest(const int32_t* keys, int count, int chosen, MinutiaBits& small
 
 }  // namespace
 
-const Kernels scalarKernels = {"scalar",    [] { return true; }, FillPairTables,  CastVotes,
-                               RankSeeds,   ListPartners,        FitsBeside,      MoveOnto,
-                               ListNear,    SumHolding,          CountNeighbours, CountBlocks,
-                               FindCrowded, FindSmallest};
+const Kernels scalarKernels = {
+    "scalar",   [] { return true; }, FillPairTables, CountPairs,  CastVotes,
+    RankSeeds,  ListPartners,        FitsBeside,     MoveOnto,    ListNear,
+    SumHolding, CountNeighbours,     CountBlocks,    FindCrowded, FindSmallest};
 
 }  // namespace vxm
