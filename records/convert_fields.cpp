@@ -58,8 +58,9 @@ std::vector<VXR_Quality> Qualities(const VXR_View& from, int form, VXR_Losses& l
   if (IsFirstEdition(form)) {
     VXR_Quality& quality = qualities[0];
     losses.fieldsDropped += quality.vendor != 0 || quality.algorithm != 0;
-    losses.fieldsDropped += quality.value == 255;
-    quality = {0, 0, quality.value > 100 ? uint8_t{0} : quality.value};
+    const bool fits = quality.value <= 100 || (IsAnsi(form) && from.qualityCount > 0);
+    losses.fieldsDropped += !fits && quality.value == 255;
+    quality = {0, 0, fits ? quality.value : uint8_t{0}};
   }
   return qualities;
 }

@@ -12,8 +12,10 @@ constexpr int coresAndDeltas = 2;
 constexpr int zonalQuality = 3;
 constexpr int firstVendorType = 0x0100;
 
+constexpr int noNeighbour = 255;
+
 // How they were counted, then for each count the indices of two minutiae (from 0 or
-// from 1, makers differ) and the ridges between them.
+// from 1, makers differ; 255: none there) and the ridges between them.
 void CheckRidgeCounts(Cursor in, const VXR_View& view, Faults& faults) {
   const uint8_t method = in.U8();
   faults.Expect(!in.cut && method <= 2, in.at - (in.cut ? 0 : 1),
@@ -22,18 +24,22 @@ void CheckRidgeCounts(Cursor in, const VXR_View& view, Faults& faults) {
   while (in.Left() >= 3) {
     for (int end = 0; end < 2; end++) {
       const uint8_t index = in.U8();
-      faults.Expect(index <= view.minutiaCount, in.at - 1, "ridge count of minutia ", int{index},
-                    " of ", view.minutiaCount);
+      faults.Expect(index <= view.minutiaCount || index == noNeighbour, in.at - 1,
+                    "ridge count of minutia ", int{index}, " of ", view.minutiaCount);
     }
     in.U8();
   }
 }
 
-// A count, then points: 2 bits that say whether there are angles, x, y, the angles.
+// A count, then points: x, y, and the angles where they are given. ISO says in the 2 bits
+// before each x whether they are, ANSI in the 2 upper bits of the count for all.
 void CheckPoints(Cursor& in, const VXR_View& view, int form, const char* name, int angles,
                  Faults& faults) {
-  const uint8_t count = in.U8();
-  faults.Expect(count <= 15, in.at - 1, int{count}, " ", name, " (at most 15)");
+  const uint8_t head = in.U8();
+  const int kindOfAll = IsAnsi(form) ? head >> 6 : 0;
+  const int count = IsAnsi(form) ? head & 63 : head;
+  faults.Expect(count <= 15, in.at - 1, count, " ", name, " (at most 15)");
+  faults.Expect(kindOfAll <= 1, in.at - 1, "kind ", kindOfAll, " of ", name, " (must be 0 or 1)");
   for (int i = 0; i < count && !in.cut; i++) {
     const size_t at = in.at;
     const uint16_t kindAndX = in.U16();
@@ -43,8 +49,10 @@ void CheckPoints(Cursor& in, const VXR_View& view, int form, const char* name, i
     faults.Expect(kind <= 1, at, "kind ", kind, " of ", name, " (must be 0 or 1)");
     faults.Expect((kindAndX & largestCoordinate) < view.width && y < view.height, at, name,
                   " outside the image");
-    for (int angle = 0; kind == 1 && angle < angles; angle++) {
-      faults.Expect(in.U8() < FindForm(form)->turn, in.at - 1, "angle of ", name);
+    const bool given = kind == 1 || kindOfAll == 1;
+    for (int angle = 0; given && angle < angles; angle++) {
+      const int value = in.U8();
+      faults.Expect(value < FindForm(form)->turn, in.at - 1, "angle ", value, " of ", name);
     }
   }
   faults.Expect(!in.cut, in.end, "a block ends within its ", name);

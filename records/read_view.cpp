@@ -39,7 +39,11 @@ size_t ReadFirstEditionView(Cursor& in, OwnedRecord& record, VXR_View& view, Fau
   view.impressionType = numberAndImpression & 15;
   CheckFinger(view, at, at + 1, faults);
   const uint8_t quality = in.U8();
-  faults.Expect(quality <= 100, at + 2, "quality ", int{quality}, " (must be 0 to 100)");
+  if (IsAnsi(record.form)) {
+    CheckQuality(quality, at + 2, faults);  // 254 and 255 as PIV cards have them
+  } else {
+    faults.Expect(quality <= 100, at + 2, "quality ", int{quality}, " (must be 0 to 100)");
+  }
   record.Keep(view, std::vector<VXR_Quality>{{0, 0, quality}});
   return in.U8();
 }

@@ -48,7 +48,6 @@ TEST(Check, NamesEveryFaultAndItsPlace) {
       {VXR_ANSI_2004, 26, "0B", 26, 0, -1, "finger position 11"},
       {VXR_ANSI_2004, 27, "12", 27, 0, -1, "view number 1 (must be 0)"},
       {VXR_ANSI_2004, 27, "0A", 27, 0, -1, "impression type 10"},
-      {VXR_ANSI_2004, 28, "65", 28, 0, -1, "quality 101"},
       {VXR_ANSI_2004, 29, "04", 30, 0, -1, "4 minutiae of 6 bytes, but 20 bytes"},
       {VXR_ANSI_2004, 30, "C00A", 30, 0, 0, "type 3"},
       {VXR_ANSI_2004, 32, "4014", 32, 0, 0, "reserved bits 1"},
@@ -60,6 +59,7 @@ TEST(Check, NamesEveryFaultAndItsPlace) {
       {VXR_ISO_2005, 8, "00000031", 8, -1, -1, "record length 49"},
       {VXR_ISO_2005, 23, "FF", 23, -1, -1, "reserved byte 255"},
       {VXR_ISO_2005, 24, "10", 24, 0, -1, "finger position 16"},
+      {VXR_ANSI_2004, 28, "FD", 28, 0, -1, "quality 253"},
       {VXR_ISO_2005, 26, "FE", 26, 0, -1, "quality 254"},
       {VXR_ISO_2005, 33, "65", 33, 0, 0, "quality 101"},
       {VXR_ANSI_2009, 16, "40", 16, -1, -1, "certification 64"},
@@ -107,13 +107,13 @@ TEST(Check, NamesEveryFaultAndItsPlace) {
   }
 }
 
-// A record of ISO:2005 with two minutiae in an image of 300 x 400, and its extended data.
-Bytes WithExtended(const std::string& extended) {
+// A record with two minutiae in an image of 300 x 400, and its extended data.
+Bytes WithExtended(int form, const std::string& extended) {
+  const bool ansi = form == VXR_ANSI_2004;
   Bytes bytes =
-      Hex("464D5200 20323000 00000000 0000 012C 0190 00C5 00C5 01 00 00 00 50 02"
-          "400A0014403C 400A0015403C" +
-          extended);
-  bytes[11] = static_cast<uint8_t>(bytes.size());
+      Hex(std::string(ansi ? "464D5200 20323000 0000 00000000" : "464D5200 20323000 00000000") +
+          "0000 012C 0190 00C5 00C5 01 00 00 00 50 02 400A0014403C 400A0015403C" + extended);
+  bytes[ansi ? 9 : 11] = static_cast<uint8_t>(bytes.size());
   return bytes;
 }
 
@@ -122,11 +122,13 @@ TEST(Check, ParsesExtendedData) {
     const char* bytes;
     int offset;  // of the first fault from the length on; -1 none
     const char* text;
+    int form = VXR_ISO_2005;
   };
   const Row rows[] = {
       {"0008 0001 0008 02 0102 07", -1, ""},
       {"0008 0001 0008 03 0102 07", 6, "method"},
       {"0008 0001 0008 01 0103 07", 8, "minutia 3 of 2"},
+      {"0008 0001 0008 01 01FF FF", -1, ""},
       {"0007 0001 0007 01 0101", 7, "2 bytes of ridge counts"},
       {"0004 0001 0004", 6, "method"},
       {"0006 0002 0006 00 00", -1, ""},
@@ -137,6 +139,11 @@ TEST(Check, ParsesExtendedData) {
       {"0009 0002 0009 01 40200020", 11, "ends within its cores"},
       {"0007 0002 0007 00 00 00", 8, "follow the deltas"},
       {"0006 0002 0006 10 00", 6, "16 cores"},
+      {"000D 0002 000D 41 0020002030 41 0020", 15, "ends within its deltas", VXR_ANSI_2004},
+      {"0012 0002 0012 41 0020002030 41 00200020010203", -1, "", VXR_ANSI_2004},
+      {"000B 0002 000B 41 00200020B4 00", 11, "angle 180 of cores", VXR_ANSI_2004},
+      {"000B 0002 000B 81 0020002030 00", 6, "kind 2", VXR_ANSI_2004},
+      {"000B 0002 000B 41 0020002030 00", 6, "65 cores"},
       {"000B 0003 000B 96 C8 08 01020304", -1, ""},
       {"000A 0003 000A 96 C8 08 010203", 9, "3 bytes for 4 cells"},
       {"0007 0003 0007 96 00 08", 6, "150 x 0"},
@@ -148,10 +155,12 @@ TEST(Check, ParsesExtendedData) {
       {"0009 0144 0005 07 0145 0004", -1, ""},
   };
   for (const Row& row : rows) {
-    const std::vector<VXR_Fault> faults = Faults(WithExtended(row.bytes), VXR_ISO_2005);
+    const std::vector<VXR_Fault> faults = Faults(WithExtended(row.form, row.bytes), row.form);
     EXPECT_EQ(faults.empty(), row.offset < 0) << row.bytes;
     if (faults.empty()) continue;
-    EXPECT_EQ(static_cast<int>(faults[0].offset) - 40, row.offset) << row.bytes << faults[0].text;
+    const int begin = row.form == VXR_ANSI_2004 ? 42 : 40;
+    EXPECT_EQ(static_cast<int>(faults[0].offset) - begin, row.offset)
+        << row.bytes << faults[0].text;
     EXPECT_NE(std::strstr(faults[0].text, row.text), nullptr) << faults[0].text;
   }
 }
