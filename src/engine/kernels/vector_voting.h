@@ -223,7 +223,9 @@ inline int ListVoting(const uint16_t* distances, int first, int last, int longes
   }
 #else
   constexpr auto least = static_cast<unsigned>(EngineParams::minPairDistance + 1);
-  const unsigned range = static_cast<unsigned>(longest + 1) - least;
+  // None, where not even the shortest that tells a direction may vote.
+  const unsigned range =
+      static_cast<unsigned>(std::max(longest, EngineParams::minPairDistance)) + 1 - least;
   for (int place = first; place < last; place++) {
     places[listed] = static_cast<uint16_t>(place);
     listed += distances[place] - least < range ? 1 : 0;
