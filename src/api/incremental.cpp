@@ -1,5 +1,7 @@
 // Identification one candidate at a time. Every format is compared and decided
 // as native here.
+#include <algorithm>
+
 #include "identify/staged.h"
 #include "matcher/decision.h"
 #include "matcher/matcher.h"
@@ -8,6 +10,18 @@
 #include "templates/turn.h"
 
 namespace {
+
+// Loads a template of the matcher's format; what is not native gets a grid of ridges that
+// all flow alike.
+bool Load(const Matcher& matcher, const unsigned char* bytes, int size,
+          vxm::MatchWorkspace& workspace) {
+  const vxm::TemplateFormat format = vxm::ExpectedFormat(matcher);
+  if (vxm::LoadTemplate(format, bytes, size, workspace) != vxm::LoadOutcome::loaded) return false;
+  if (format != vxm::TemplateFormat::native) {
+    std::fill_n(workspace.orientation[0], workspace.gridHeight * vxm::maxGridBlocks, uint8_t{0});
+  }
+  return true;
+}
 
 bool Matches(Matcher& matcher, const vxm::MatchWorkspace& probe) {
   vxm::WorkingSet& set = matcher.caller;
@@ -34,10 +48,7 @@ bool MatchesEitherWay(Matcher& matcher) {
 int VXM_CALL VXM_IdentifyInit(MatcherHandle handle, const unsigned char* probe, int probeSize) {
   if (handle == nullptr || probe == nullptr) return VXM_ERR_INVALID_PARAMETERS;
   vxm::WorkingSet& set = handle->caller;
-  if (vxm::LoadTemplate(vxm::ExpectedFormat(*handle), probe, probeSize, set.probeWorkspace) !=
-      vxm::LoadOutcome::loaded) {
-    return VXM_ERR_TEMPLATE_TYPE;
-  }
+  if (!Load(*handle, probe, probeSize, set.probeWorkspace)) return VXM_ERR_TEMPLATE_TYPE;
   if (handle->retryTurnedProbe) vxm::TurnWorkspace(handle->spareWorkspace, set.probeWorkspace);
   vxm::ForgetProbe(set.staged);
   return VXM_OK;
@@ -52,8 +63,7 @@ int VXM_CALL VXM_IdentifyNext(MatcherHandle handle, const unsigned char* candida
   }
   const vxm::ProcessLock lock;
   vxm::WorkingSet& set = handle->caller;
-  if (vxm::LoadTemplate(vxm::ExpectedFormat(*handle), candidate, candidateSize,
-                        set.candidateWorkspace) != vxm::LoadOutcome::loaded) {
+  if (!Load(*handle, candidate, candidateSize, set.candidateWorkspace)) {
     return VXM_ERR_TEMPLATE_TYPE;
   }
   const bool matches =

@@ -44,6 +44,12 @@ void ListPairings(const EngineContext& context, const MatchResult& first, Pairin
     vectors.to[k] = context.referenceGeometry.position[c.reference];
     vectors.rotation[k] = static_cast<int16_t>(RotationOf(context, c));
   }
+  // Vectors take what is behind the last.
+  constexpr int padding = 16;
+  std::fill_n(vectors.from + vectors.count, padding, Position{});
+  std::fill_n(vectors.to + vectors.count, padding, Position{});
+  std::fill_n(vectors.rotation + vectors.count, padding, int16_t{0});
+  std::fill_n(vectors.weight + vectors.count, padding, uint16_t{0});
 }
 
 // Whether two pairings turn their minutiae alike.
@@ -125,7 +131,7 @@ void RefineAlignment(EngineContext& context, const MatchResult& first, MatchResu
   const Kernels& kernels = *context.kernels;
   const TemplateGeometry& probe = context.probeGeometry;
   const TemplateGeometry& reference = context.referenceGeometry;
-  Pairings pairings = {};
+  Pairings pairings;
   ListPairings(context, first, pairings);
   Best best;
   for (int u = 0; u < pairings.vectors.count; u++) {

@@ -65,8 +65,6 @@ int VotingLength(const EngineContext& context, const MatchLimits& limits) {
 //
 // KernelsTest.AllFormsAgree fails where this is not so.
 void VotePairs(EngineContext& context, const MatchLimits& limits) {
-  std::fill_n(context.votes, context.probeGeometry.count * context.referenceGeometry.count,
-              uint16_t{0});
   const Kernels& kernels = HasPlainAngles(context) ? ActiveKernels() : scalarKernels;
   context.kernels = &kernels;
   kernels.castVotes(context, VotingLength(context, limits), limits);

@@ -27,7 +27,8 @@ struct MatchWorkspace {
   uint8_t gridHeight;
   uint8_t templateAttribute;  // one byte about the whole template; no score rests on it
   // [row][column]: ridge orientation in steps of 1.5 degrees, 0..119, or no
-  // ridge. Only gridHeight rows of gridWidth blocks mean anything.
+  // ridge. Only gridHeight rows of gridWidth blocks mean anything, and of standard
+  // records not even these.
   uint8_t orientation[maxGridBlocks][maxGridBlocks];
 };
 

@@ -14,29 +14,6 @@
 namespace vxm {
 namespace {
 
-int Square(int value) { return value * value; }
-
-// Smaller for minutiae that say more: crowded or not, the distance from the
-// centre, and the place in the source, one above the other in one number.
-void RankMinutiae(const MatchWorkspace& source, const MinutiaBits& crowded, int32_t* ranks) {
-  for (int i = 0; i < source.minutiaCount; i++) {
-    const int distance2 =
-        Square(source.x[i] - 8 * source.gridWidth) + Square(source.y[i] - 8 * source.gridHeight);
-    ranks[i] = (crowded.Has(i) ? 1 << 30 : 0) | distance2 << 8 | i;
-  }
-  std::fill(ranks + source.minutiaCount, ranks + maxRow, 0);
-}
-
-// Finds the `count` minutiae that say most.
-void ChooseMinutiae(const MatchWorkspace& source, int count, MinutiaBits& chosen) {
-  const Kernels& kernels = ActiveKernels();
-  MinutiaBits crowded;
-  kernels.findCrowded(source, crowded);
-  int32_t ranks[maxRow];
-  RankMinutiae(source, crowded, ranks);
-  kernels.findSmallest(ranks, source.minutiaCount, count, chosen);
-}
-
 void CopyMinutiae(const MatchWorkspace& source, MatchWorkspace& target, const MinutiaBits& chosen) {
   int kept = 0;
   ForEachBit(chosen, source.minutiaCount, [&](int i) {
@@ -95,7 +72,7 @@ void ReduceWorkspace(const MatchWorkspace& source, MatchWorkspace& target, int m
     return;
   }
   MinutiaBits chosen;
-  ChooseMinutiae(source, maxCount, chosen);
+  ActiveKernels().chooseMinutiae(source, maxCount, chosen);
   CopyMinutiae(source, target, chosen);
   if (scale == Scale::native) CopyGridAround(source, target);
 }

@@ -137,7 +137,6 @@ void LoadRecord(const RecordLayout& layout, const uint8_t* record, int size,
   workspace.minutiaCount = kept;
   workspace.gridWidth = static_cast<uint8_t>(kept == 0 ? 1 : columns.count);
   workspace.gridHeight = static_cast<uint8_t>(kept == 0 ? 1 : rows.count);
-  std::fill_n(workspace.orientation[0], workspace.gridHeight * maxGridBlocks, uint8_t{0});
   workspace.templateAttribute = fields.templateAttribute;
 }
 

@@ -68,7 +68,8 @@ bool ReadCandidateAttribute(const RecordLayout& layout, const uint8_t* record, i
                             uint8_t& templateAttribute);
 
 // Loads a record of any quality: minutiae outside the image or the 64 x 64
-// blocks are dropped, those left ordered by y, then x. Sets the grid to 0.
+// blocks are dropped, those left ordered by y, then x. Leaves the grid's values as they
+// were: a record has none.
 void LoadRecord(const RecordLayout& layout, const uint8_t* record, int size,
                 MatchWorkspace& workspace);
 

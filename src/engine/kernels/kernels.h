@@ -75,6 +75,13 @@ struct Neighbourhood {
   int minutiae;
 };
 
+constexpr int crowdedDistance2 = EngineParams::crowdedDistance * EngineParams::crowdedDistance;
+constexpr int32_t crowdedRank = 1 << 30;
+
+// Smaller for minutiae that say more: crowded or not, the squared distance from the
+// centre, and the place, one above the other in one number.
+inline int32_t RankOf(int distance2, int place) { return distance2 << 8 | place; }
+
 // A neighbour's distance has its root at most the radius, below this square.
 constexpr int neighbourRadius2 =
     (EngineParams::neighbourRadius + 1) * (EngineParams::neighbourRadius + 1);
@@ -89,7 +96,7 @@ struct Kernels {
   // Counts the pairs that are long enough to tell a direction, up to a length.
   LengthCount (*countPairs)(const TemplateGeometry& geometry, int length);
 
-  // Adds the votes of all reference pairs and the probe pairs up to a length.
+  // Counts the votes of all reference pairs and the probe pairs up to a length.
   void (*castVotes)(EngineContext& context, int votingLength, const MatchLimits& limits);
 
   // Makes the seeds: each probe minutia with its best-voted mate, the lowest of
@@ -126,11 +133,9 @@ struct Kernels {
   // shifted, with those of the reference.
   BlockCounts (*countBlocks)(const Area& probe, const Area& reference, int theta, Point shift);
 
-  // Tells which minutiae are crowded.
-  void (*findCrowded)(const MatchWorkspace& workspace, MinutiaBits& crowded);
-
-  // Tells which `chosen` of the `count` different keys are the smallest.
-  void (*findSmallest)(const int32_t* keys, int count, int chosen, MinutiaBits& smallest);
+  // Tells which `count` of a template's more minutiae say most: those that stand alone
+  // first, of those alike the nearest to the centre of the grid, then the first.
+  void (*chooseMinutiae)(const MatchWorkspace& workspace, int count, MinutiaBits& chosen);
 };
 
 extern const Kernels scalarKernels;

@@ -46,6 +46,7 @@ LengthCount CountPairs(const TemplateGeometry& geometry, int length) {
 void CastVotes(EngineContext& context, int votingLength, const MatchLimits& limits) {
   const TemplateGeometry& reference = context.referenceGeometry;
   const PairList& pairs = context.probePairs;
+  std::fill_n(context.votes, context.probeGeometry.count * reference.count, uint16_t{0});
   const auto vote = [&](Correspondence c) {
     context.votes[c.reference * context.probeGeometry.count + c.probe]++;
   };
@@ -186,34 +187,36 @@ BlockCounts CountBlocks(const Area& probe, const Area& reference, int theta, Poi
   return counts;
 }
 
-void FindCrowded(const MatchWorkspace& workspace, MinutiaBits& crowded) {
-  crowded = {};
-  constexpr int crowded2 = EngineParams::crowdedDistance * EngineParams::crowdedDistance;
-  for (int i = 0; i < workspace.minutiaCount; i++) {
-    int near = 0;
-    for (int j = 0; j < workspace.minutiaCount; j++) {
-      const int dx = workspace.x[i] - workspace.x[j];
-      const int dy = workspace.y[i] - workspace.y[j];
-      near += dx * dx + dy * dy <= crowded2 ? 1 : 0;
-    }
-    if (near > 1) crowded.Add(i);
+bool IsCrowded(const MatchWorkspace& workspace, int minutia) {
+  for (int other = 0; other < workspace.minutiaCount; other++) {
+    const int dx = workspace.x[minutia] - workspace.x[other];
+    const int dy = workspace.y[minutia] - workspace.y[other];
+    if (other != minutia && dx * dx + dy * dy <= crowdedDistance2) return true;
   }
+  return false;
 }
 
-void FindSmallest(const int32_t* keys, int count, int chosen, MinutiaBits& smallest) {
-  smallest = {};
-  for (int i = 0; i < count; i++) {
-    int before = 0;
-    for (int j = 0; j < count; j++) before += keys[j] < keys[i] ? 1 : 0;
-    if (before < chosen) smallest.Add(i);
+void ChooseMinutiae(const MatchWorkspace& workspace, int count, MinutiaBits& chosen) {
+  int32_t ranks[maxMinutiae];
+  for (int i = 0; i < workspace.minutiaCount; i++) {
+    const int dx = workspace.x[i] - workspace.gridWidth * blockSize / 2;
+    const int dy = workspace.y[i] - workspace.gridHeight * blockSize / 2;
+    ranks[i] = RankOf(dx * dx + dy * dy, i) + (IsCrowded(workspace, i) ? crowdedRank : 0);
+  }
+  int32_t ordered[maxMinutiae];
+  std::copy_n(ranks, workspace.minutiaCount, ordered);
+  std::nth_element(ordered, ordered + count, ordered + workspace.minutiaCount);
+  chosen = {};
+  for (int i = 0; i < workspace.minutiaCount; i++) {
+    if (ranks[i] < ordered[count]) chosen.Add(i);
   }
 }
 
 }  // namespace
 
 const Kernels scalarKernels = {
-    "scalar",   [] { return true; }, FillPairTables, CountPairs,  CastVotes,
-    RankSeeds,  ListPartners,        FitsBeside,     MoveOnto,    ListNear,
-    SumHolding, CountNeighbours,     CountBlocks,    FindCrowded, FindSmallest};
+    "scalar",   [] { return true; }, FillPairTables, CountPairs,    CastVotes,
+    RankSeeds,  ListPartners,        FitsBeside,     MoveOnto,      ListNear,
+    SumHolding, CountNeighbours,     CountBlocks,    ChooseMinutiae};
 
 }  // namespace vxm

@@ -92,32 +92,39 @@ Neighbourhood CountNeighbours(const TemplateGeometry& geometry, const MinutiaBit
   return counts;
 }
 
-void FindCrowded(const MatchWorkspace& workspace, MinutiaBits& crowded) {
+void ChooseMinutiae(const MatchWorkspace& workspace, int count, MinutiaBits& chosen) {
   const Ints ints;
-  const int count = workspace.minutiaCount;
-  const auto radius2 =
-      hn::Set(ints, EngineParams::crowdedDistance * EngineParams::crowdedDistance + 1);
-  alignas(64) Position positions[maxRow] = {};
-  for (int i = 0; i < count; i++) positions[i] = {workspace.x[i], workspace.y[i]};
-  for (int i = 0; i < count; i += lanesOf<Ints>) {
+  const hn::Repartition<uint16_t, Ints> words;
+  const int all = workspace.minutiaCount;
+  alignas(64) Position positions[maxRow];
+  for (int i = 0; i < all; i += lanesOf<decltype(words)>) {
+    const auto x = hn::BitCast(words, hn::LoadU(WordsOf<Ints>(), workspace.x + i));
+    const auto y = hn::BitCast(words, hn::LoadU(WordsOf<Ints>(), workspace.y + i));
+    hn::StoreInterleaved2(x, y, words, reinterpret_cast<uint16_t*>(positions + i));
+  }
+  const auto beyond = hn::Set(ints, crowdedDistance2 + 1);
+  const auto centre =
+      Broadcast(ints, workspace.gridWidth * blockSize / 2, workspace.gridHeight * blockSize / 2);
+  alignas(64) int32_t ranks[maxRow];
+  for (int i = 0; i < all; i += lanesOf<Ints>) {
     const auto own = LoadPositions(ints, positions + i);
     auto near = hn::Zero(ints);
-    for (int other = 0; other < count; other++) {
+    for (int other = 0; other < all; other++) {
       const auto apart = hn::Sub(Broadcast(ints, positions[other].x, positions[other].y), own);
-      near = CountIf(ints, near, hn::Gt(radius2, SquaredLength(ints, apart)));
+      near = CountIf(ints, near, hn::Gt(beyond, SquaredLength(ints, apart)));
     }
-    PutBits(crowded, i,
-            BitsOf(ints, hn::Gt(near, hn::Set(ints, 1))) & FirstBits<lanesOf<Ints>>(count - i));
+    // Each is near to itself.
+    const auto crowded =
+        hn::IfThenElseZero(hn::Gt(near, hn::Set(ints, 1)), hn::Set(ints, crowdedRank));
+    const auto place = hn::Add(Count(ints), hn::Set(ints, i));
+    const auto distance2 = SquaredLength(ints, hn::Sub(own, centre));
+    const auto rank = hn::Or(crowded, hn::Or(hn::ShiftLeft<8>(distance2), place));
+    hn::Store(rank, ints, ranks + i);
   }
-}
-
-void FindSmallest(const int32_t* keys, int count, int chosen, MinutiaBits& smallest) {
-  const Ints ints;
-  for (int i = 0; i < count; i += lanesOf<Ints>) {
-    const auto before = CountSmaller(keys, count, hn::LoadU(ints, keys + i));
-    PutBits(
-        smallest, i,
-        BitsOf(ints, hn::Gt(hn::Set(ints, chosen), before)) & FirstBits<lanesOf<Ints>>(count - i));
+  for (int i = 0; i < all; i += lanesOf<Ints>) {
+    const auto before = CountSmaller(ranks, all, hn::Load(ints, ranks + i));
+    PutBits(chosen, i,
+            BitsOf(ints, hn::Gt(hn::Set(ints, count), before)) & FirstBits<lanesOf<Ints>>(all - i));
   }
 }
 

@@ -298,6 +298,11 @@ void CastVotesUpTo(EngineContext& context, int votingLength, const MatchLimits& 
 }
 
 void CastVotes(EngineContext& context, int votingLength, const MatchLimits& limits) {
+  const hn::Repartition<uint16_t, Ints> words;
+  const int votes = context.probeGeometry.count * context.referenceGeometry.count;
+  for (int k = 0; k < votes; k += lanesOf<decltype(words)>) {
+    hn::Store(hn::Zero(words), words, context.votes + k);
+  }
   const bool barred = votingLength < context.probePairs.longest;
   (barred ? CastVotesUpTo<true> : CastVotesUpTo<false>)(context, votingLength, limits);
 }
