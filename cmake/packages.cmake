@@ -77,4 +77,13 @@ set(CPACK_DEBIAN_DOCUMENTS_PACKAGE_ARCHITECTURE all)
 install_documents(${CMAKE_INSTALL_DATAROOTDIR}/doc/vxmkit-doc)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS vxmkit-doc)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS vxmkit-doc)
+if(CMAKE_CROSSCOMPILING)
+  # dpkg-shlibdeps would name the packages of cross compilers. These are what it finds
+  # for the same sources on this system; the documents are in its packages.
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS OFF)
+  set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${VXM_DEBIAN_ARCHITECTURE})
+  set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libc6 (>= 2.34), libgcc-s1 (>= 3.0), libstdc++6 (>= 11)")
+  string(APPEND CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS ", ${CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS}")
+  set(CPACK_COMPONENTS_ALL library development tools)
+endif()
 include(CPack)

@@ -26,11 +26,15 @@ COMPILED_IN = {"LICENSE.CLI11", "LICENSE.nlohmann-json"}
 # Call nothing of which the compiler knows the sizes.
 NOTHING_TO_CHECK = {"vxmkit.so", "libvxmrecords.so.1", "libvxmrecords.so.1.0.0"}
 WHEEL = {"libvxmkit.so.3": CXX, "libvxmrecords.so.1": CXX, "vxm-explain": CXX}
+# By architecture, what programs need for their galleries.
+DEBIAN = {"amd64": {"libsqlite3.so.0"}, "arm64": set()}
 # By package, the files in it and what each may need.
 SHIPPED = {
-    "libvxmkit3_*.deb": {"libvxmkit.so.3.*": CXX, "libvxmrecords.so.1.*": CXX},
-    "libvxmkit-dev_*.deb": {},
-    "vxmkit-tools_*.deb": {"vxm": CXX | OURS | {"libsqlite3.so.0"}, "vxm-explain": CXX},
+    **{f"libvxmkit3_*_{each}.deb": {"libvxmkit.so.3.*": CXX, "libvxmrecords.so.1.*": CXX}
+       for each in DEBIAN},
+    **{f"libvxmkit-dev_*_{each}.deb": {} for each in DEBIAN},
+    **{f"vxmkit-tools_*_{each}.deb": {"vxm": CXX | OURS | sqlite, "vxm-explain": CXX}
+       for each, sqlite in DEBIAN.items()},
     "postgresql-*-vxmkit_*.deb": {"vxmkit.so": C | OURS | {"libvxmrecords.so.1"}},
     "vxmkit-doc_*.deb": {},
     "vxmkit-*-windows-x86_64.zip": {"vxmkit.dll": WINDOWS_LIBRARIES,
