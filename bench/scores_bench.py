@@ -39,7 +39,8 @@ def main() -> int:
     repeats = max(1, 20000 // len(probes))
     starts = np.cumsum([0, *map(len, templates)])
     comparer = Comparer(detect_type(templates[0]),
-                        np.frombuffer(b"".join(templates) + b"\0", dtype=np.uint8), starts)
+                        np.frombuffer(b"".join(templates) + b"\0", dtype=np.uint8), starts,
+                        only_thread=True)
     ratios = []
     for _ in range(options.rounds):
         ran = subprocess.run([options.program, f"--data={options.folder}",

@@ -44,20 +44,26 @@ class Comparer:
     """
 
     def __init__(self, kind: TemplateType, templates: NDArray[np.uint8],
-                 starts: NDArray[np.int64]) -> None:
+                 starts: NDArray[np.int64], only_thread: bool = False) -> None:
         library = load()
         handle = ctypes.c_void_p()
         require_ok(library.VXM_Create(ctypes.byref(handle)), "making a matcher")
         require_ok(library.VXM_SetTemplateType(handle, kind), "setting the template type")
         assert handle.value is not None
         # A second object of the same library, whose function takes what it is given.
-        self._verify = ctypes.CDLL(library._name).VXM_VerifyEx
+        # Where no other thread wants Python's lock, it is not let go for each call.
+        kind_of_library = ctypes.PyDLL if only_thread else ctypes.CDLL
+        self._verify = kind_of_library(library._name).VXM_VerifyEx
         # What is passed as it is must not be made for each call: references to bytes.
         self._handle = ctypes.byref(ctypes.c_char.from_address(handle.value))
         self._memory = templates
         base = ctypes.c_char.from_address(templates.ctypes.data)
         self._references = [ctypes.byref(base, start) for start in starts[:-1].tolist()]
         self._sizes = np.diff(starts).tolist()
+        self._scores = np.zeros(_AT_ONCE, dtype=np.float32)
+        first = ctypes.c_float.from_address(self._scores.ctypes.data)
+        self._places = [ctypes.byref(first, offset) for offset in range(0, 4 * _AT_ONCE, 4)]
+        self._decision = ctypes.byref(ctypes.c_int())
         self._library, self._matcher = library, handle
 
     def close(self) -> None:
@@ -71,9 +77,6 @@ class Comparer:
 
     def _compare(self, probes: Indices, candidates: Indices) -> NDArray[np.int16]:
         count = len(probes)
-        scores = np.zeros(count, dtype=np.float32)
-        first = ctypes.c_float.from_address(scores.ctypes.data)
-        decision = ctypes.byref(ctypes.c_int())
 
         def chosen(values: Sequence[object], indices: Indices) -> Iterable[object]:
             # With one index alone the getter gives no tuple.
@@ -84,9 +87,8 @@ class Comparer:
             self._verify, itertools.repeat(self._handle, count),
             chosen(self._references, probes), chosen(self._sizes, probes),
             chosen(self._references, candidates), chosen(self._sizes, candidates),
-            (ctypes.byref(first, offset) for offset in range(0, 4 * count, 4)),
-            itertools.repeat(decision)), dtype=np.int16, count=count)
-        points = np.rint(scores * np.float32(SCORE_SCALE)).astype(np.int16)
+            self._places, itertools.repeat(self._decision)), dtype=np.int16, count=count)
+        points = np.rint(self._scores[:count] * np.float32(SCORE_SCALE)).astype(np.int16)
         return np.where(statuses == 0, points, statuses)
 
 
@@ -108,7 +110,7 @@ def serve(source: BinaryIO, target: BinaryIO) -> None:
     """Answers tasks until there are no more."""
     settings = json.loads(source.readline())
     comparer = Comparer(TemplateType(settings["type"]),
-                        *map_templates(Path(settings["folder"])))
+                        *map_templates(Path(settings["folder"])), only_thread=True)
     while head := source.read(_COUNT.size):
         count, = _COUNT.unpack(head)
         indices = np.frombuffer(source.read(8 * count), dtype=np.int32).astype(np.int64)
