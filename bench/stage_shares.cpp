@@ -19,13 +19,13 @@ struct Loaded {
 };
 
 std::vector<std::unique_ptr<Loaded>> LoadAll(const bench::Material& material,
-                                             vxm::TemplateFormat format, vxm::Scale scale) {
+                                             vxm::TemplateFormat format) {
   std::vector<std::unique_ptr<Loaded>> all;
   for (const bench::Touch& touch : material.touches) {
     auto loaded = std::make_unique<Loaded>();
     loaded->finger = touch.finger;
     vxm::LoadTemplate(format, touch.bytes.data(), touch.Size(), loaded->full);
-    vxm::ReduceWorkspace(loaded->full, loaded->reduced, vxm::EngineParams::reducedMinutiae, scale);
+    vxm::ReduceWorkspace(loaded->full, loaded->reduced, vxm::EngineParams::reducedMinutiae);
     all.push_back(std::move(loaded));
   }
   return all;
@@ -68,7 +68,7 @@ void Measure(const std::string& folder, const bench::Material& material) {
                       : material.type == TEMPLATE_ISO19794_2 ? vxm::TemplateFormat::iso
                                                              : vxm::TemplateFormat::ansi;
   const auto scale = native ? vxm::Scale::native : vxm::Scale::standard;
-  const auto all = LoadAll(material, format, scale);
+  const auto all = LoadAll(material, format);
   FirstStage stage(scale);
   Counts genuine, impostor;
   for (size_t i = 0; i < all.size(); ++i) {

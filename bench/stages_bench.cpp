@@ -43,8 +43,7 @@ void LoadBoth(const Pair& pair, Desk& desk) {
 
 // What fast identification does to a candidate.
 void Reduce(const Pair&, Desk& desk) {
-  vxm::ReduceWorkspace(desk.reference, desk.reduced, vxm::EngineParams::reducedMinutiae,
-                       desk.context.scale);
+  vxm::ReduceWorkspace(desk.reference, desk.reduced, vxm::EngineParams::reducedMinutiae);
 }
 
 void PrepareProbe(const Pair&, Desk& desk) { vxm::PrepareProbe(desk.context, desk.probe); }

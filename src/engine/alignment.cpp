@@ -59,13 +59,14 @@ struct AttemptList {
 // leaves out none that do (KernelsTest.AllFormsAgree); SeedsAgree decides. That attempts
 // are listed before earlier ones are made changes nothing: whether a first seed still has
 // its turn is asked when its first attempt comes up.
-int ListAttempts(const EngineContext& context, int first, int firstCount, int secondCount,
+int ListAttempts(EngineContext& context, int first, int firstCount, int secondCount,
                  AttemptList& list) {
   const Kernels& kernels = *context.kernels;
   int pairs = 0;
   for (; first < firstCount && pairs < AttemptList::enough; first++) {
     pairs += kernels.listPartners(context, first, secondCount, list.seeds + pairs);
   }
+  if (pairs != 0) TakeRidges(context);
   list.count = 0;
   for (int i = 0; i < pairs; i++) {
     const SeedPair pair = list.seeds[i];

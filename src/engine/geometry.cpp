@@ -27,22 +27,60 @@ void FillMinutiae(TemplateGeometry& geometry) {
   }
 }
 
-// Block values become whole degrees. Whole rows of 16 blocks, whatever they
-// hold beyond the grid, let the compiler do it with vectors.
-void FillRidges(Area& area, const MatchWorkspace& workspace) {
+void FillSize(Area& area, const MatchWorkspace& workspace) {
   area.firstColumn = 0;
   area.firstRow = 0;
   area.gridWidth = workspace.gridWidth;
   area.gridHeight = workspace.gridHeight;
   area.hasRidges = true;
+  area.ridgesTaken = false;
+}
+
+// A range of blocks in one direction, the last excluded.
+struct BlockSpan {
+  int first;
+  int last;
+
+  bool Holds(int block) const { return block >= first && block < last; }
+};
+
+// Those that positions with half a block around them touch.
+BlockSpan SpanOf(const int16_t* positions, int count, int gridBlocks) {
+  const auto [min, max] = std::minmax_element(positions, positions + count);
+  constexpr int margin = blockSize / 2;
+  const int first = std::max(std::min<int>(*min, gridBlocks * blockSize) - margin, 0) / blockSize;
+  const int last = (*max + margin + blockSize - 1) / blockSize;
+  return {first, std::min(last, gridBlocks)};
+}
+
+// Block values become whole degrees, and what is not around the minutiae of a reduced
+// template background. Whole rows of 16 blocks, whatever they hold beyond the grid, let the
+// compiler do it with vectors.
+void FillRidges(Area& area, const MatchWorkspace& workspace) {
+  const MatchWorkspace& source = workspace.ridgesOf == nullptr ? workspace : *workspace.ridgesOf;
+  BlockSpan columns = {0, maxGridBlocks};
+  BlockSpan rows = {0, maxGridBlocks};
+  if (workspace.ridgesOf != nullptr) {
+    columns = SpanOf(workspace.x, workspace.minutiaCount, area.gridWidth);
+    rows = SpanOf(workspace.y, workspace.minutiaCount, area.gridHeight);
+  }
+  uint8_t outside[maxGridBlocks];
+  std::fill_n(outside, maxGridBlocks, background);
+  std::fill(outside + columns.first, outside + columns.last, uint8_t{0});
   for (int row = 0; row < area.gridHeight; row++) {
-    const uint8_t* values = workspace.orientation[row];
+    const uint8_t* values = source.orientation[row];
+    const uint8_t outsideRow = rows.Holds(row) ? 0 : background;
     for (int column = 0; column < (area.gridWidth + 15) / 16 * 16; column++) {
-      const int value = values[column];
+      const int value = values[column] | outside[column] | outsideRow;
       area.grid[row][column] =
           static_cast<uint8_t>((value & noRidge) == noRidge ? background : (3 * value) >> 1);
     }
   }
+}
+
+void TakeRidgesOf(TemplateGeometry& geometry) {
+  if (!geometry.area.ridgesTaken) FillRidges(geometry.area, *geometry.workspace);
+  geometry.area.ridgesTaken = true;
 }
 
 // The blocks from the lowest minutia to the highest.
@@ -62,6 +100,7 @@ void FillSpan(Area& area, const MatchWorkspace& workspace) {
   area.gridWidth = maxX / blockSize + 1;
   area.gridHeight = maxY / blockSize + 1;
   area.hasRidges = false;
+  area.ridgesTaken = true;
 }
 
 }  // namespace
@@ -70,11 +109,16 @@ void PrepareGeometry(TemplateGeometry& geometry, const MatchWorkspace& workspace
   geometry.workspace = &workspace;
   FillMinutiae(geometry);
   if (scale == Scale::native) {
-    FillRidges(geometry.area, workspace);
+    FillSize(geometry.area, workspace);
   } else {
     FillSpan(geometry.area, workspace);
   }
   (geometry.plainAngles ? ActiveKernels() : scalarKernels).fillPairTables(geometry);
+}
+
+void TakeRidges(EngineContext& context) {
+  TakeRidgesOf(context.probeGeometry);
+  TakeRidgesOf(context.referenceGeometry);
 }
 
 }  // namespace vxm

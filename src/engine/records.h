@@ -52,7 +52,8 @@ struct Area {
   int firstRow;
   int gridWidth;  // blocks, from column 0
   int gridHeight;
-  bool hasRidges;  // the grid tells ridges from background
+  bool hasRidges;    // the grid tells ridges from background
+  bool ridgesTaken;  // it does so already
   alignas(64) uint8_t grid[maxGridBlocks + 1][maxGridBlocks];  // degrees 0..179, or background
 };
 

@@ -13,6 +13,10 @@ namespace vxm {
 
 void PrepareGeometry(TemplateGeometry& geometry, const MatchWorkspace& workspace, Scale scale);
 
+// Fills the grids of both templates, if that was not done yet: few comparisons come so far
+// that they look at ridges.
+void TakeRidges(EngineContext& context);
+
 void BuildPairList(PairList& pairs, const TemplateGeometry& geometry);
 
 // The probe's geometry and its list; before the reference's, which takes the memory in

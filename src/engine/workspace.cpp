@@ -16,6 +16,7 @@ void CopyWorkspace(MatchWorkspace& target, const MatchWorkspace& source) {
   target.gridWidth = source.gridWidth;
   target.gridHeight = source.gridHeight;
   target.templateAttribute = source.templateAttribute;
+  target.ridgesOf = nullptr;
   for (int row = 0; row < source.gridHeight; row++) {
     std::copy_n(source.orientation[row], source.gridWidth, target.orientation[row]);
   }

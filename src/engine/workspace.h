@@ -30,9 +30,13 @@ struct MatchWorkspace {
   // ridge. Only gridHeight rows of gridWidth blocks mean anything, and of standard
   // records not even these.
   uint8_t orientation[maxGridBlocks][maxGridBlocks];
+  // Of a reduced template the one that it was made from, whose grid counts, but only
+  // around the minutiae that are left; it must live as long. Otherwise null.
+  const MatchWorkspace* ridgesOf = nullptr;
 };
 
-// Copies what is in use: the minutiae counted and the grid within its size.
+// Copies what is in use of one that is not reduced: the minutiae counted and the grid
+// within its size.
 void CopyWorkspace(MatchWorkspace& target, const MatchWorkspace& source);
 
 }  // namespace vxm

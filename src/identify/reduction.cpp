@@ -1,7 +1,7 @@
 // Reducing a template to its most telling minutiae.
 //
 // In: a workspace. Out: a copy with at most `maxCount` minutiae, in the order of
-// the source, and only the part of the orientation grid around them.
+// the source, which leads to the source's orientation grid.
 // Idea: minutiae that crowd together are often false, and those near the edge
 // are often missing from the other print. So the lonely ones come first, and
 // among those alike the ones nearest to the centre of the grid.
@@ -29,52 +29,17 @@ void CopyMinutiae(const MatchWorkspace& source, MatchWorkspace& target, const Mi
   target.gridHeight = source.gridHeight;
 }
 
-// The blocks that positions with half a block around them touch; last excluded.
-struct BlockSpan {
-  int first;
-  int last;
-};
-
-BlockSpan SpanOf(const int16_t* positions, int count, int gridBlocks) {
-  const auto [min, max] = std::minmax_element(positions, positions + count);
-  constexpr int margin = blockSize / 2;
-  const int first = std::max(std::min<int>(*min, gridBlocks * blockSize) - margin, 0) / blockSize;
-  const int last = (*max + margin + blockSize - 1) / blockSize;
-  return {first, std::min(last, gridBlocks)};
-}
-
-// Whole rows, whatever they hold beyond the grid, are copied faster; a block
-// becomes background by setting its bits.
-void CopyGridAround(const MatchWorkspace& source, MatchWorkspace& target) {
-  const BlockSpan columns = SpanOf(target.x, target.minutiaCount, source.gridWidth);
-  const BlockSpan rows = SpanOf(target.y, target.minutiaCount, source.gridHeight);
-  uint8_t outside[maxGridBlocks];
-  std::fill_n(outside, maxGridBlocks, background);
-  std::fill(outside + columns.first, outside + columns.last, uint8_t{0});
-  for (int row = 0; row < source.gridHeight; row++) {
-    if (row < rows.first || row >= rows.last) {
-      std::fill_n(target.orientation[row], maxGridBlocks, background);
-      continue;
-    }
-    for (int column = 0; column < maxGridBlocks; column++) {
-      target.orientation[row][column] = source.orientation[row][column] | outside[column];
-    }
-  }
-}
-
 }  // namespace
 
-void ReduceWorkspace(const MatchWorkspace& source, MatchWorkspace& target, int maxCount,
-                     Scale scale) {
-  const int n = source.minutiaCount;
-  if (n <= maxCount) {
+void ReduceWorkspace(const MatchWorkspace& source, MatchWorkspace& target, int maxCount) {
+  if (source.minutiaCount <= maxCount) {
     CopyWorkspace(target, source);
     return;
   }
   MinutiaBits chosen;
   ActiveKernels().chooseMinutiae(source, maxCount, chosen);
   CopyMinutiae(source, target, chosen);
-  if (scale == Scale::native) CopyGridAround(source, target);
+  target.ridgesOf = &source;
 }
 
 }  // namespace vxm

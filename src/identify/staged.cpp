@@ -29,8 +29,8 @@ int CompareReduced(Scale scale, const MatchWorkspace& probe, const MatchWorkspac
                    StagedContext& context, const MatchLimits& limits) {
   const bool prepare = context.reducedNeedsPrepare;
   context.reducedNeedsPrepare = false;
-  if (prepare) ReduceWorkspace(probe, context.reducedProbe, EngineParams::reducedMinutiae, scale);
-  ReduceWorkspace(candidate, context.reducedCandidate, EngineParams::reducedMinutiae, scale);
+  if (prepare) ReduceWorkspace(probe, context.reducedProbe, EngineParams::reducedMinutiae);
+  ReduceWorkspace(candidate, context.reducedCandidate, EngineParams::reducedMinutiae);
   return Compare(scale, context.reducedProbe, context.reducedCandidate, context.reduced,
                  context.result, prepare, limits);
 }

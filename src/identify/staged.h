@@ -17,9 +17,8 @@ int StagedCompareStandard(const MatchWorkspace& probe, const MatchWorkspace& can
                           StagedContext& context, bool fastMode, int neededScore);
 
 // Keeps the `maxCount` minutiae that say most: those that stand alone first, then
-// those nearest to the centre of the grid; and, where the scale regards it, the
-// orientation grid around them.
-void ReduceWorkspace(const MatchWorkspace& source, MatchWorkspace& target, int maxCount,
-                     Scale scale);
+// those nearest to the centre of the grid. The target leads to the source for its grid,
+// where it does not keep all.
+void ReduceWorkspace(const MatchWorkspace& source, MatchWorkspace& target, int maxCount);
 
 }  // namespace vxm

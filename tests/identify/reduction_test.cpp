@@ -49,7 +49,7 @@ TEST(ReductionTest, KeepsTheLonelyThenTheCentralThenTheEarlier) {
   for (const auto& c : cases) {
     const auto target = std::make_unique<vxm::MatchWorkspace>();
     const vxm::MatchWorkspace source = Workspace(c.places);
-    vxm::ReduceWorkspace(source, *target, c.maxCount, vxm::Scale::native);
+    vxm::ReduceWorkspace(source, *target, c.maxCount);
     EXPECT_EQ(std::vector<int>(target->angle, target->angle + target->minutiaCount), c.kept)
         << c.what;
     if (c.kept.size() < c.places.size()) continue;
