@@ -61,8 +61,7 @@ BLOCKS = {
             How("build/demo", before="rm -rf evaluation && ln -sf fingers/*.vxt ."),
     },
     "docs/made-fingers.md": {
-        "for d in easy medium hard; do":
-            How(not_here="takes minutes; tests/python run the same commands on fewer fingers"),
+        "scripts/tables made": How(not_here="takes minutes; the same programs run in tests/python"),
     },
     "docs/tutorial.md": {
         "vxm synth fingers --fingers 30 --impressions 4 --seed 3 --format iso --difficulty easy":
@@ -94,10 +93,9 @@ BLOCKS = {
             How(before=f"{MADE} && for type in iso ansi; do python3 -m vxmkit.evaluate fingers "
                        "--quiet --type $type --out results-$type; done && "
                        "mv results-iso results-a && mv results-ansi results-b"),
-        "vxm synth small --fingers 100 --impressions 4 --seed 7 --area 60 --format all":
-            How(before=MADE),
-        "for d in easy medium hard; do for t in iso native; do":
-            How(not_here="takes minutes; tests/python run the same commands on fewer fingers"),
+        "scripts/tables levels": How(not_here="takes minutes; so above"),
+        "python3 -m vxmkit.identification DIR --out searches":
+            How("build/demo", before="mkdir -p DIR && cp fingers/*.vxt DIR"),
     },
 }
 
