@@ -7,7 +7,7 @@ import re
 import shutil
 import subprocess
 import sys
-from collections.abc import Callable, Iterable
+from collections.abc import Iterable
 from pathlib import Path
 from typing import Any
 
@@ -157,15 +157,5 @@ def made() -> None:
              [[field, *(column[field] for column in columns)] for field in columns[0]])
 
 
-def main() -> int:
-    tables: dict[str, Callable[[], None]] = {
-        each.__name__: each for each in (levels, order, searches, made)}
-    if len(sys.argv) != 2 or sys.argv[1] not in tables:
-        print(f"usage: scripts/tables {'|'.join(tables)}", file=sys.stderr)
-        return 2
-    tables[sys.argv[1]]()
-    return 0
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    {each.__name__: each for each in (levels, order, searches, made)}[sys.argv[1]]()
