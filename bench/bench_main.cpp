@@ -19,6 +19,15 @@ void DefineOptions(CLI::App& program, bench::Source& source) {
   program.add_option("--fingers", source.fingers, "Made fingers, of 2 impressions each")
       ->check(CLI::Range(2, 100000))
       ->capture_default_str();
+  program
+      .add_option("--gallery", source.gallery.templates,
+                  "Made templates in the largest gallery that is searched; 0: none is")
+      ->check(CLI::Range(0, 100000000))
+      ->capture_default_str();
+  program
+      .add_option("--gallery-folder", source.gallery.folder,
+                  "Where they are kept, for the next time")
+      ->capture_default_str();
   program.add_option("--seed", source.seed, "What to make them from")->capture_default_str();
 }
 
@@ -42,7 +51,7 @@ int main(int argc, char** argv) {
     const std::vector<bench::Material> materials = bench::Gather(source);
     for (const bench::Material& material : materials) {
       if (!bench::GenuinePairs(material).empty() && !bench::ImpostorPairs(material).empty()) {
-        bench::RegisterBenchmarks(material);
+        bench::RegisterBenchmarks(material, source);
       }
     }
     if (benchmark::RunSpecifiedBenchmarks() == 0) throw std::runtime_error("nothing to measure");

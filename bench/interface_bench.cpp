@@ -5,9 +5,13 @@
 // The counters are the answers: builds that answer alike show the same ones.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <map>
 #include <stdexcept>
 
+#include "large_gallery.h"
 #include "material.h"
 
 namespace bench {
@@ -101,9 +105,58 @@ void Identify(benchmark::State& state, int type, const std::vector<Search>& sear
   state.counters["matches"] = matches;
 }
 
+// One search through the first `count` templates of a gallery, at the level that finds
+// nobody; seconds.
+double SearchSeconds(const Matcher& matcher, decltype(&VXM_Identify) function,
+                     const std::vector<uint8_t>& probe, const Gallery& gallery, size_t first,
+                     size_t count) {
+  int index = -1;
+  const auto start = std::chrono::steady_clock::now();
+  const int status = function(matcher.handle, probe.data(), static_cast<int>(probe.size()),
+                              gallery.templates.data() + first, gallery.sizes.data() + first,
+                              static_cast<int>(count), 0, &index);
+  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+  if (status != VXM_OK) throw std::runtime_error("an identification failed");
+  return passed.count();
+}
+
+// The gallery of a format, read when it is first wanted.
+const Gallery& GalleryOf(const Material& material, const Source& source) {
+  static std::map<std::string, Gallery> galleries;
+  const auto found = galleries.find(material.format);
+  if (found != galleries.end()) return found->second;
+  return galleries[material.format] = LoadGallery(material.format, source.gallery, source.seed);
+}
+
+// Fast searches through a gallery. Cold: as it lies in memory, in one search. Warm: the same
+// templates, so few at a time that they stay in the cache, and each of them for the second
+// time.
+void SearchGallery(benchmark::State& state, const Material& material, const Source& source,
+                   decltype(&VXM_Identify) function, bool warm) {
+  const Gallery& gallery = GalleryOf(material, source);
+  const auto count = static_cast<size_t>(state.range(0));
+  const Matcher matcher(material.type);
+  const int strictest = 7;
+  VXM_SetParameter(matcher.handle, VXM_PARAM_SECURITY_LEVEL, &strictest);
+  constexpr size_t inTheCache = 1000;
+  uint64_t stranger = 0;
+  for (auto _ : state) {
+    const std::vector<uint8_t> probe = StrangersTouch(material.format, source.seed, stranger++);
+    double seconds = 0;
+    const size_t atOnce = warm ? inTheCache : count;
+    for (size_t first = 0; first < count; first += atOnce) {
+      const size_t those = std::min(atOnce, count - first);
+      if (warm) SearchSeconds(matcher, function, probe, gallery, first, those);
+      seconds += SearchSeconds(matcher, function, probe, gallery, first, those);
+    }
+    state.SetIterationTime(seconds);
+  }
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 }  // namespace
 
-void RegisterBenchmarks(const Material& material) {
+void RegisterBenchmarks(const Material& material, const Source& source) {
   const auto add = [](const std::string& name, auto run) {
     return benchmark::RegisterBenchmark(name.c_str(), run)->Unit(benchmark::kMillisecond);
   };
@@ -113,6 +166,12 @@ void RegisterBenchmarks(const Material& material) {
   };
   verify("genuine", GenuinePairs(material));
   verify("impostor", ImpostorPairs(material));
+
+  static const std::vector<Touch> crowded[] = {CrowdedTouches(true), CrowdedTouches(false)};
+  if (material.type == TEMPLATE_NATIVE) {
+    verify("crowded", {{&crowded[0][0], &crowded[0][1]}});
+    verify("crowded_beyond_360", {{&crowded[1][0], &crowded[1][1]}});
+  }
 
   const auto identify = [&](const std::string& kind, size_t mostCandidates, int fastMode) {
     const std::vector<Search> searches = Searches(material, mostCandidates);
@@ -127,6 +186,21 @@ void RegisterBenchmarks(const Material& material) {
   };
   identify("fast", material.touches.size(), 1);
   identify("normal", material.touches.size(), 0);
+  for (const bool warm : {false, true}) {
+    const auto searchGallery = [&](const char* threads, decltype(&VXM_Identify) function) {
+      auto* registered = add("gallery/" + material.format + (warm ? "/warm/" : "/cold/") + threads,
+                             [&material, &source, function, warm](auto& state) {
+                               SearchGallery(state, material, source, function, warm);
+                             });
+      registered->UseManualTime();
+      const auto largest = static_cast<int64_t>(source.gallery.templates);
+      for (int64_t count = 1000; count < largest; count *= 10) registered->Arg(count);
+      registered->Arg(largest);
+    };
+    if (source.gallery.templates == 0) break;
+    searchGallery("one_thread", VXM_Identify);
+    searchGallery("two_threads", VXM_IdentifyMT);
+  }
   identify("ten", 10, 1);  // what starting and awaiting the worker costs a short search
 }
 

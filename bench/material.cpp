@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <stdexcept>
 
 namespace bench {
@@ -72,6 +73,38 @@ std::vector<Material> ReadTouches(const std::filesystem::path& folder) {
 std::vector<Material> Gather(const Source& source) {
   return source.folder.empty() ? MakeTouches(source.fingers, source.seed)
                                : ReadTouches(source.folder);
+}
+
+std::vector<Touch> CrowdedTouches(bool plainAngles) {
+  constexpr int count = 200;
+  constexpr int gridBlocks = 20;
+  // Plain ones on a line of 60 pixels: all pairs lie in two directions and agree. The others
+  // in a square of 40: there every pair costs the most.
+  const int width = plainAngles ? 60 : 40;
+  const int height = plainAngles ? 1 : 40;
+  const int angles = plainAngles ? 1 : 30;
+  const int leastAngle = plainAngles ? 30 : 350;
+  std::mt19937 random(1);
+  const auto below = [&](int limit) {
+    return static_cast<int>(random() % static_cast<unsigned>(limit));
+  };
+  std::vector<Touch> touches;
+  for (const char* name : {"1", "2"}) {
+    std::vector<uint8_t> bytes = {8 << 3 | 5, count, 0x80 | gridBlocks, gridBlocks, 50, 0,
+                                  'V',        'X'};
+    for (int i = 0; i < count; ++i) {
+      const auto x = static_cast<uint64_t>(100 + below(width));
+      const auto y = static_cast<uint64_t>(100 + below(height));
+      const auto angle = static_cast<uint64_t>(leastAngle + below(angles));
+      const uint64_t record = x << 30 | y << 20 | uint64_t{1} << 16 | angle << 7 | 60;
+      for (int shift = 32; shift >= 0; shift -= 8) {
+        bytes.push_back(static_cast<uint8_t>(record >> shift));
+      }
+    }
+    bytes.insert(bytes.end(), gridBlocks * gridBlocks, 30);
+    touches.push_back({name, bytes});
+  }
+  return touches;
 }
 
 Pairs GenuinePairs(const Material& material) {

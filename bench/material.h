@@ -2,6 +2,7 @@
 // a folder, in one of the three formats.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -29,10 +30,17 @@ struct Pair {
 };
 using Pairs = std::vector<Pair>;
 
+// Of large galleries; none without templates.
+struct GallerySource {
+  size_t templates = 0;
+  std::string folder = "build/gallery";
+};
+
 struct Source {
   std::string folder;  // of files named FINGER_IMPRESSION.EXT; empty: made fingers
   int fingers = 250;
   uint64_t seed = 1;
+  GallerySource gallery;
 };
 
 // All three formats, each of the same touches where they are made.
@@ -44,8 +52,13 @@ Pairs GenuinePairs(const Material& material);
 // Each touch with one of another finger.
 Pairs ImpostorPairs(const Material& material);
 
+// Native templates of 200 minutiae crowded together and turned much alike, of which
+// comparisons take longer than of any others that we found. With angles above 360 degrees
+// among them only the portable loops take them.
+std::vector<Touch> CrowdedTouches(bool plainAngles);
+
 // What each benchmark program defines: it registers its benchmarks of one format.
-// The material outlives them.
-void RegisterBenchmarks(const Material& material);
+// Material and source outlive them.
+void RegisterBenchmarks(const Material& material, const Source& source);
 
 }  // namespace bench

@@ -110,7 +110,7 @@ Pairs LargeEnough(Pairs pairs, int type) {
 
 }  // namespace
 
-void RegisterBenchmarks(const Material& material) {
+void RegisterBenchmarks(const Material& material, const Source& /*source*/) {
   const Pairs genuine = LargeEnough(GenuinePairs(material), material.type);
   const Pairs impostor = LargeEnough(ImpostorPairs(material), material.type);
   const auto add = [&](const Stage& stage, const std::string& kind, const Pairs& pairs) {

@@ -43,22 +43,43 @@ LengthCount CountPairs(const TemplateGeometry& geometry, int length) {
   return counted;
 }
 
+// Whether PairWeight is not 0.
+bool MayPair(const EngineContext& context, Correspondence c, int rotation) {
+  constexpr int tolerance = EngineParams::lineTolerance + EngineParams::angleTolerance;
+  const int qualities = context.referenceGeometry.workspace->quality[c.reference] -
+                        context.probeGeometry.workspace->quality[c.probe];
+  return WithinTolerance(rotation, tolerance) &&
+         (context.scale == Scale::standard || std::abs(qualities) < EngineParams::qualityFalloff);
+}
+
+// Asks of two pairs what LinesAgree does, but only once what the reference's alone tells.
 void CastVotes(EngineContext& context, int votingLength, const MatchLimits& limits) {
+  const TemplateGeometry& probe = context.probeGeometry;
   const TemplateGeometry& reference = context.referenceGeometry;
   const PairList& pairs = context.probePairs;
-  std::fill_n(context.votes, context.probeGeometry.count * reference.count, uint16_t{0});
-  const auto vote = [&](Correspondence c) {
-    context.votes[c.reference * context.probeGeometry.count + c.probe]++;
-  };
+  const int tolerance = limits.angleTolerance;
+  std::fill_n(context.votes, probe.count * reference.count, uint16_t{0});
+  const auto vote = [&](Correspondence c) { context.votes[c.reference * probe.count + c.probe]++; };
   for (int j = 1; j < reference.count; j++) {
     for (int i = 0; i < j; i++) {
       const int length = DistanceOf(reference, i, j);
       if (length <= EngineParams::minPairDistance) continue;
+      const int line = reference.lineAngle[PairPlace(i, j)];
+      const int relative = RelativeAngle(reference, i, j);
       const int end = PairsUpTo(pairs, std::min(length + limits.distanceTolerance, votingLength));
       for (int p = PairsUpTo(pairs, length - limits.distanceTolerance - 1); p < end; p++) {
-        const Correspondence a = {pairs.pairs[p].first, i};
-        const Correspondence b = {pairs.pairs[p].second, j};
-        if (!LinesAgree(context, a, b, limits.angleTolerance)) continue;
+        const MinutiaPair& pair = pairs.pairs[p];
+        const int turn = AngleBetween(line, pair.line / turnScale);
+        if (!WithinTolerance(turn, EngineParams::lineTolerance)) continue;
+        const Correspondence a = {pair.first, i};
+        const Correspondence b = {pair.second, j};
+        const int first = RotationOf(context, a);
+        const int second = RotationOf(context, b);
+        if (!AnglesAgree(first, turn, tolerance) || !AnglesAgree(second, turn, tolerance) ||
+            !AnglesAgree(relative, RelativeAngle(probe, a.probe, b.probe), tolerance) ||
+            !MayPair(context, a, first) || !MayPair(context, b, second)) {
+          continue;
+        }
         vote(a);
         vote(b);
       }
