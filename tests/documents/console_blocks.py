@@ -82,6 +82,7 @@ BLOCKS = {
                 after="./search {0}/042_2.iso {0}/042_1.iso".format(f"{TREE}/build/demo/fingers")),
     },
     "docs/large-galleries.md": {
+        "scripts/setup base bench python": How(not_here="it makes two million templates"),
         "python3 -m vxmkit.load fingers 'host=db1 dbname=gallery'":
             How(not_here="a server db1; tests/postgres runs the loader"),
     },
