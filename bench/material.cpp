@@ -83,7 +83,7 @@ std::vector<Touch> CrowdedTouches(bool plainAngles) {
   const int width = plainAngles ? 60 : 40;
   const int height = plainAngles ? 1 : 40;
   const int angles = plainAngles ? 1 : 30;
-  const int leastAngle = plainAngles ? 30 : 350;
+  const uint64_t leastAngle = plainAngles ? 30 : 350;
   std::mt19937 random(1);
   const auto below = [&](int limit) {
     return static_cast<int>(random() % static_cast<unsigned>(limit));
@@ -93,9 +93,9 @@ std::vector<Touch> CrowdedTouches(bool plainAngles) {
     std::vector<uint8_t> bytes = {8 << 3 | 5, count, 0x80 | gridBlocks, gridBlocks, 50, 0,
                                   'V',        'X'};
     for (int i = 0; i < count; ++i) {
-      const auto x = static_cast<uint64_t>(100 + below(width));
-      const auto y = static_cast<uint64_t>(100 + below(height));
-      const auto angle = static_cast<uint64_t>(leastAngle + below(angles));
+      const auto x = 100 + static_cast<uint64_t>(below(width));
+      const auto y = 100 + static_cast<uint64_t>(below(height));
+      const auto angle = leastAngle + static_cast<uint64_t>(below(angles));
       const uint64_t record = x << 30 | y << 20 | uint64_t{1} << 16 | angle << 7 | 60;
       for (int shift = 32; shift >= 0; shift -= 8) {
         bytes.push_back(static_cast<uint8_t>(record >> shift));

@@ -224,12 +224,11 @@ void ChooseMinutiae(const MatchWorkspace& workspace, int count, MinutiaBits& cho
     const int dy = workspace.y[i] - workspace.gridHeight * blockSize / 2;
     ranks[i] = RankOf(dx * dx + dy * dy, i) + (IsCrowded(workspace, i) ? crowdedRank : 0);
   }
-  int32_t ordered[maxMinutiae];
-  std::copy_n(ranks, workspace.minutiaCount, ordered);
-  std::nth_element(ordered, ordered + count, ordered + workspace.minutiaCount);
   chosen = {};
   for (int i = 0; i < workspace.minutiaCount; i++) {
-    if (ranks[i] < ordered[count]) chosen.Add(i);
+    int before = 0;
+    for (int j = 0; j < workspace.minutiaCount; j++) before += ranks[j] < ranks[i] ? 1 : 0;
+    if (before < count) chosen.Add(i);
   }
 }
 
