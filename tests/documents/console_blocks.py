@@ -94,7 +94,7 @@ BLOCKS = {
             How(before=f"{MADE} && for type in iso ansi; do python3 -m vxmkit.evaluate fingers "
                        "--quiet --type $type --out results-$type; done && "
                        "mv results-iso results-a && mv results-ansi results-b"),
-        "scripts/tables levels": How(not_here="takes minutes; so above"),
+        "scripts/tables levels": How(not_here="takes minutes"),
         "python3 -m vxmkit.identification DIR --out searches":
             How("build/demo", before="mkdir -p DIR && cp fingers/*.vxt DIR"),
     },
