@@ -1,6 +1,7 @@
 // Text and JSON of an explanation.
 #include "explanation_output.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {

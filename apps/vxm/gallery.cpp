@@ -1,6 +1,7 @@
 // Gathers the candidates of a search.
 #include "gallery.h"
 
+#include <algorithm>
 #include <memory>
 #include <string_view>
 #include <unordered_set>

@@ -1,5 +1,6 @@
 // vxm synth: templates of made-up fingers, the same for the same arguments on
 // every system.
+#include <algorithm>
 #include <map>
 #include <memory>
 

@@ -46,9 +46,9 @@ std::vector<std::string> OptionNames(const CLI::App& command) {
 }
 
 // The chosen subcommand, or else the program.
-const CLI::App& Chosen(const CLI::App& program, const std::string& word) {
+const CLI::App& Chosen(const CLI::App& program, const std::vector<std::string>& arguments) {
   for (const CLI::App* command : program.get_subcommands({})) {
-    if (command->get_name() == word) return *command;
+    if (!arguments.empty() && command->get_name() == arguments[0]) return *command;
   }
   return program;
 }
@@ -102,7 +102,7 @@ int ParseAndRun(CLI::App& program, int argc, char** argv, const int& exitCode) {
   program.allow_windows_style_options(false);  // the same arguments everywhere
   for (CLI::App* command : program.get_subcommands({})) command->allow_windows_style_options(false);
   const std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
-  const CLI::App& command = Chosen(program, arguments.empty() ? "" : arguments[0]);
+  const CLI::App& command = Chosen(program, arguments);
   const std::string fault = EarlyFault(program, arguments);
   if (!fault.empty()) return UsageError(program, command, fault);
   try {

@@ -1,4 +1,6 @@
 // One-to-one comparison: load both templates, score them, decide.
+#include <algorithm>
+
 #include "engine/match.h"
 #include "matcher/decision.h"
 #include "matcher/matcher.h"

@@ -1,6 +1,7 @@
 // One-to-many search in its four forms.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <climits>
 #include <thread>

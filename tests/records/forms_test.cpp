@@ -1,4 +1,6 @@
 // Telling forms apart, and their names.
+#include <algorithm>
+
 #include "record_samples.h"
 
 namespace {

@@ -1,4 +1,5 @@
 // Reading and checking: every field's range, every length, bytes cut anywhere.
+#include <algorithm>
 #include <cstring>
 
 #include "record_samples.h"

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 
 #include "support/loaded_template.h"
@@ -222,7 +223,7 @@ TEST(RecordAttributeTest, ExtendedDataOrReservedByte) {
     for (const auto& c : cases) {
       SCOPED_TRACE(testing::Message() << type << ' ' << c.what);
       Bytes record = With(RecordOf(type, {{20, 20}, {30, 30}}), FieldAt(type, 23), reserved);
-      record.resize(record.size() - 2);
+      record.erase(record.end() - 2, record.end());
       record.insert(record.end(), c.extended.begin(), c.extended.end());
       EXPECT_EQ(Load(record)->workspace.templateAttribute, c.loaded);
       uint8_t attribute = 0;

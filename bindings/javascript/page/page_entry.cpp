@@ -7,6 +7,7 @@
 // is asked before.
 #include <synth.h>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "explanation_output.h"
