@@ -123,8 +123,9 @@ def measure(samples: Samples, thresholds: Sequence[int]) -> Accuracy:
     genuine or no impostor comparison does not count."""
     chosen = list(thresholds)
     rates = error_rates(samples.genuine, samples.impostor)
-    drawn = [_figures(error_rates(genuine, impostor), chosen)
-             for genuine, impostor in zip(samples.drawn_genuine, samples.drawn_impostor)
+    # numpy's types do not tell that these are arrays again.
+    rounds: Any = zip(samples.drawn_genuine, samples.drawn_impostor)
+    drawn = [_figures(error_rates(genuine, impostor), chosen) for genuine, impostor in rounds
              if genuine.any() and impostor.any()]
     eer, nearest, fmr100, fmr1000, zero_fmr, *each = with_interval(_figures(rates, chosen), drawn)
     count = len(chosen)

@@ -36,7 +36,7 @@ try:
     from .accuracy import Rate, with_interval
     from .evaluate import add_folder_options, checked_options, gathered, run, title_of
     from .host_program import DONE, LEFT_OUT
-    from .pairs import Matrix
+    from .pairs import Matrix, as_list
     from .report import LINES, percent, rank_plot, write_figures
     from .results import ResultFolder, rate_json, say, write_csv, write_json
     from .scoring import pair_scores
@@ -234,7 +234,7 @@ def _identify(options: argparse.Namespace) -> int:
     outcomes = {"complete": compared(points, mates, thresholds)}
     for mode in MODES[:2]:
         searcher = Searcher(gallery, kind, mode == "fast")
-        outcomes[mode] = searched(probes, mates.tolist(), searcher,
+        outcomes[mode] = searched(probes, as_list(mates), searcher,
                                   f"{mode} mode" if progress else "")
         searcher.close()
     own = points[np.arange(len(mates)), mates][:, None]

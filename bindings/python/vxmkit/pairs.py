@@ -13,6 +13,13 @@ Indices = NDArray[np.int64]
 _STEP = 1 << 20  # pairs that are looked at at once
 
 
+def as_list(array: NDArray[Any]) -> list[Any]:
+    """The entries of an array of one dimension, as numbers of Python's own."""
+    # By numpy's own types it may be a number alone, as of an array without dimensions.
+    values: Any = array.tolist()
+    return list(values)
+
+
 class Pairs(Protocol):
     def __len__(self) -> int: ...
 

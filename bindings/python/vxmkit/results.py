@@ -16,6 +16,7 @@ from numpy.typing import NDArray
 from .accuracy import Accuracy, Counts, Rate
 from .constants import SCORE_SCALE
 from .impressions import Impression
+from .pairs import as_list
 from .trials import Trials
 
 FIGURES = {"eer": "EER", "eer_nearest": "EER, nearest", "fmr100": "FMR100",
@@ -99,8 +100,8 @@ def write_scores(path: Path, impressions: Sequence[Impression], trials: Trials) 
          int(genuine or (trials.first[probe] and trials.first[candidate])), points / SCORE_SCALE)
         for part in trials.parts()
         for probe, candidate, genuine, points in zip(
-            part.probe.tolist(), part.candidate.tolist(), trials.genuine(part).tolist(),
-            part.points.tolist())))
+            as_list(part.probe), as_list(part.candidate), as_list(trials.genuine(part)),
+            as_list(part.points))))
 
 
 def write_rates(path: Path, accuracies: Mapping[str, Accuracy]) -> None:
@@ -114,7 +115,7 @@ def write_two_columns(path: Path, counts: Counts) -> None:
     """A score and the number of comparisons that have it, parted by a blank, a line for
     each score that occurs: the histogram input of PyEER."""
     path.write_text("".join(f"{points / SCORE_SCALE:g} {count}\n"
-                            for points, count in enumerate(counts.tolist()) if count),
+                            for points, count in enumerate(as_list(counts)) if count),
                     encoding="ascii")
 
 

@@ -26,7 +26,7 @@ from numpy.typing import NDArray
 
 from .constants import SCORE_SCALE, TemplateType
 from .library import load, require_ok
-from .pairs import Indices
+from .pairs import Indices, as_list
 
 _COUNT = struct.Struct("=q")
 _AT_ONCE = 1024
@@ -58,8 +58,8 @@ class Comparer:
         self._handle = ctypes.byref(ctypes.c_char.from_address(handle.value))
         self._memory = templates
         base = ctypes.c_char.from_address(templates.ctypes.data)
-        self._references = [ctypes.byref(base, start) for start in starts[:-1].tolist()]
-        self._sizes = np.diff(starts).tolist()
+        self._references = [ctypes.byref(base, start) for start in as_list(starts[:-1])]
+        self._sizes = as_list(np.diff(starts))
         self._scores = np.zeros(_AT_ONCE, dtype=np.float32)
         first = ctypes.c_float.from_address(self._scores.ctypes.data)
         self._places = [ctypes.byref(first, offset) for offset in range(0, 4 * _AT_ONCE, 4)]
@@ -80,7 +80,7 @@ class Comparer:
 
         def chosen(values: Sequence[object], indices: Indices) -> Iterable[object]:
             # With one index alone the getter gives no tuple.
-            found: tuple[object, ...] = operator.itemgetter(*indices.tolist(), 0)(values)
+            found: tuple[object, ...] = operator.itemgetter(*as_list(indices), 0)(values)
             return found
 
         statuses = np.fromiter(map(

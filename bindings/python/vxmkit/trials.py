@@ -101,9 +101,10 @@ def _add_rounds(target: Counts, part: Part, chosen: NDArray[np.bool_], trials: T
     probe, candidate = trials.finger[part.probe[chosen]], trials.finger[part.candidate[chosen]]
     points = part.points[chosen]
     most = int(points.max()) + 1
-    for row, times in zip(target, drawn.astype(np.float64)):
+    for number in range(len(target)):
+        times = drawn[number].astype(np.float64)
         weights = times[probe] if genuine else times[probe] * times[candidate]
-        row[:most] += np.bincount(points, weights, minlength=most).astype(np.int64)
+        target[number, :most] += np.bincount(points, weights, minlength=most).astype(np.int64)
 
 
 def count_scores(trials: Trials, rounds: int, seed: int, progress: bool = True,
