@@ -47,7 +47,7 @@ bool RidgesAgree(const EngineContext& context, int theta, Correspondence second)
 bool FitsBesideSeed(const EngineContext& context, FitMemory& memory, Correspondence c) {
   if (memory.asked[c.probe] != c.reference) {
     memory.asked[c.probe] = static_cast<int16_t>(c.reference);
-    memory.fits[c.probe] = context.kernels->fitsBeside(context, memory.seed, c);
+    memory.fits[c.probe] = FitsBeside(context, memory.seed, c);
   }
   return memory.fits[c.probe];
 }
@@ -137,7 +137,7 @@ int PairingsNeeded(const Bar& bar, int onReference, int minOverlap, int guess) {
 bool SeedsAgree(const EngineContext& context, Correspondence first, Correspondence second,
                 int& theta) {
   theta = AlignedRotation(context, first, second);
-  return context.kernels->fitsBeside(context, first, second) & RidgesAgree(context, theta, second);
+  return FitsBeside(context, first, second) & RidgesAgree(context, theta, second);
 }
 
 void AlignSeeds(const EngineContext& context, Correspondence first, Correspondence second,

@@ -36,6 +36,12 @@ inline int LineAngle(const TemplateGeometry& geometry, int i, int j) {
   return angle < 180 ? angle + 180 : angle - 180;
 }
 
+// The same as a scaled turn, of two different minutiae.
+inline uint16_t LineTurn(const TemplateGeometry& geometry, int i, int j) {
+  return static_cast<uint16_t>(ScaledTurn(geometry.lineAngle[PairPlaceOf(i, j)]) +
+                               (i < j ? 0 : ScaledTurn(180)));
+}
+
 // The rotation of the line between two minutiae, 0..360.
 inline int LineRotation(const EngineContext& context, Correspondence a, Correspondence b) {
   return AngleBetween(LineAngle(context.referenceGeometry, a.reference, b.reference),
@@ -82,11 +88,40 @@ inline bool DistancesFit(int distance, int mateDistance) {
          (std::min(distance, mateDistance) >= EngineParams::minPairDistance);
 }
 
-// Whether a correspondence fits beside a seed: as far away, and turned alike.
+// Whether the quality of two native minutiae lets them be mates; without a branch.
+inline bool QualitiesAgree(int a, int b) {
+  constexpr int falloff = EngineParams::qualityFalloff;
+  return static_cast<unsigned>(a - b + falloff - 1) < static_cast<unsigned>(2 * falloff - 1);
+}
+
+// Whether two correspondences turn alike, in scaled turns and without a branch. That their
+// weight is not 0 follows, but for the quality.
+inline bool TurnsOfLinesAgree(const EngineContext& context, Correspondence a, Correspondence b) {
+  const TemplateGeometry& probe = context.probeGeometry;
+  const TemplateGeometry& reference = context.referenceGeometry;
+  constexpr int reach = ScaledReach(EngineParams::seedAngleTolerance);
+  const int line =
+      LineTurn(reference, a.reference, b.reference) - LineTurn(probe, a.probe, b.probe);
+  const int first = reference.turn[a.reference] - probe.turn[a.probe];
+  const int second = reference.turn[b.reference] - probe.turn[b.probe];
+  const bool agree = TurnsAgree(line, 0, ScaledReach(EngineParams::lineTolerance)) &
+                     TurnsAgree(first, line, reach) & TurnsAgree(second, line, reach) &
+                     TurnsAgree(second, first, reach);
+  if (context.scale == Scale::standard) return agree;
+  const uint8_t* quality = probe.workspace->quality;
+  const uint8_t* mateQuality = reference.workspace->quality;
+  return agree & QualitiesAgree(quality[a.probe], mateQuality[a.reference]) &
+         QualitiesAgree(quality[b.probe], mateQuality[b.reference]);
+}
+
+// Whether a correspondence fits beside a seed: as far away, and turned alike; as the
+// scalar form defines it, or as turns tell it where they wrap.
 inline bool FitsBeside(const EngineContext& context, Correspondence seed, Correspondence other) {
   return DistancesFit(DistanceOf(context.probeGeometry, seed.probe, other.probe),
                       DistanceOf(context.referenceGeometry, seed.reference, other.reference)) &&
-         LinesAgree(context, seed, other, EngineParams::seedAngleTolerance);
+         (context.kernels == &scalarKernels
+              ? LinesAgree(context, seed, other, EngineParams::seedAngleTolerance)
+              : TurnsOfLinesAgree(context, seed, other));
 }
 
 // Length of the longest pair of a template; pixels.

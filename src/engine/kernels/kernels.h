@@ -108,9 +108,6 @@ struct Kernels {
   // many; may write as many as there are seeds, rounded up as a row is.
   int (*listPartners)(const EngineContext& context, int place, int count, SeedPair* pairs);
 
-  // Whether a correspondence fits beside a seed: as far away, and turned alike.
-  bool (*fitsBeside)(const EngineContext& context, Correspondence seed, Correspondence other);
-
   // Moves the minutiae by the motion and the shift, and tells which come to lie on
   // the area.
   void (*moveOnto)(const TemplateGeometry& geometry, const Area& area, const Motion& motion,

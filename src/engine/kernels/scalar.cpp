@@ -234,9 +234,9 @@ void ChooseMinutiae(const MatchWorkspace& workspace, int count, MinutiaBits& cho
 
 }  // namespace
 
-const Kernels scalarKernels = {
-    "scalar",   [] { return true; }, FillPairTables, CountPairs,    CastVotes,
-    RankSeeds,  ListPartners,        FitsBeside,     MoveOnto,      ListNear,
-    SumHolding, CountNeighbours,     CountBlocks,    ChooseMinutiae};
+const Kernels scalarKernels = {"scalar",      [] { return true; }, FillPairTables,  CountPairs,
+                               CastVotes,     RankSeeds,           ListPartners,    MoveOnto,
+                               ListNear,      SumHolding,          CountNeighbours, CountBlocks,
+                               ChooseMinutiae};
 
 }  // namespace vxm

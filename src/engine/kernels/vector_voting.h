@@ -11,42 +11,6 @@ HWY_BEFORE_NAMESPACE();
 namespace vxm::HWY_NAMESPACE {
 namespace {
 
-// Whether two minutiae can be mates; without a branch.
-inline bool QualitiesAgree(int a, int b) {
-  constexpr int falloff = EngineParams::qualityFalloff;
-  return static_cast<unsigned>(a - b + falloff - 1) < static_cast<unsigned>(2 * falloff - 1);
-}
-
-// The direction of the line from i to j as a scaled turn.
-inline uint16_t LineTurn(const TemplateGeometry& geometry, int i, int j, int place) {
-  return static_cast<uint16_t>(ScaledTurn(geometry.lineAngle[place]) +
-                               (i < j ? 0 : ScaledTurn(180)));
-}
-
-// Whether a correspondence fits beside a seed, in scaled turns.
-inline bool FitsBesideByTurns(const EngineContext& context, Correspondence seed,
-                              Correspondence other) {
-  if (seed.probe == other.probe || seed.reference == other.reference) return false;
-  const TemplateGeometry& probe = context.probeGeometry;
-  const TemplateGeometry& reference = context.referenceGeometry;
-  const int place = PairPlaceOf(seed.probe, other.probe);
-  const int matePlace = PairPlaceOf(seed.reference, other.reference);
-  constexpr int reach = ScaledReach(EngineParams::seedAngleTolerance);
-  const int line = LineTurn(reference, seed.reference, other.reference, matePlace) -
-                   LineTurn(probe, seed.probe, other.probe, place);
-  const int first = reference.turn[seed.reference] - probe.turn[seed.probe];
-  const int second = reference.turn[other.reference] - probe.turn[other.probe];
-  const bool agree = DistancesFit(probe.distance[place], reference.distance[matePlace]) &
-                     TurnsAgree(line, 0, ScaledReach(EngineParams::lineTolerance)) &
-                     TurnsAgree(first, line, reach) & TurnsAgree(second, line, reach) &
-                     TurnsAgree(second, first, reach);
-  if (context.scale == Scale::standard) return agree;
-  const uint8_t* quality = probe.workspace->quality;
-  const uint8_t* mateQuality = reference.workspace->quality;
-  return agree & QualitiesAgree(quality[seed.probe], mateQuality[seed.reference]) &
-         QualitiesAgree(quality[other.probe], mateQuality[other.reference]);
-}
-
 // Keeps where a seed lies.
 inline void PlaceSeed(EngineContext& context, int place, int probe, int mate) {
   SeedPlaces& seeds = context.seedPlaces;

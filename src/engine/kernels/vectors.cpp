@@ -85,9 +85,9 @@
 
 namespace vxm::HWY_NAMESPACE {
 extern const Kernels kernels;
-const Kernels kernels = {VXM_FORM,        FillPairTables,    CountPairs,    CastVotes, RankSeeds,
-                         ListPartners,    FitsBesideByTurns, MoveOnto,      ListNear,  SumHolding,
-                         CountNeighbours, CountBlocks,       ChooseMinutiae};
+const Kernels kernels = {VXM_FORM,   FillPairTables,  CountPairs,  CastVotes,
+                         RankSeeds,  ListPartners,    MoveOnto,    ListNear,
+                         SumHolding, CountNeighbours, CountBlocks, ChooseMinutiae};
 }  // namespace vxm::HWY_NAMESPACE
 #undef VXM_FORM
 
