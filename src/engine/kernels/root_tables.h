@@ -41,71 +41,29 @@ constexpr std::array<int32_t, 1025> MakeLegRatios() {
 inline constexpr auto reciprocals = MakeReciprocals();
 inline constexpr auto legRatios = MakeLegRatios();
 
-// Shorter tables of 64 entries, which a vector instruction looks up by itself; what
-// they give is close enough to be put right.
+// Shorter tables by whole degrees up to 45, which a vector instruction looks up by itself.
 constexpr int shortTable = 64;
-using ShortTable = std::array<uint16_t, shortTable>;
+using ShortTable = std::array<int16_t, shortTable>;
 
-// By how much numbers are shifted to have their first bit in bit 15; 0 for 0.
-constexpr ShortTable MakeShiftsToTop() {
+// The ratio, in 1024ths, from which the angle beside the longer leg is as large.
+constexpr ShortTable MakeLeastRatios() {
   ShortTable table = {};
-  for (size_t k = 1; k < shortTable; k++) {
-    while ((k << table[k] & 0x8000) == 0) table[k]++;
+  for (int angle = 0; angle < shortTable; angle++) {
+    int ratio = angle > 45 ? INT16_MAX : 0;
+    while (ratio < 1024 && atanTable[ratio] < angle) ratio++;
+    table[static_cast<size_t>(angle)] = static_cast<int16_t>(ratio);
   }
   return table;
 }
 
-// 2^31 / m for m of 32768 to 65535, by the upper bits of m after the first.
-constexpr ShortTable MakeShortReciprocals() {
+constexpr ShortTable FirstOf(const int16_t* entries) {
   ShortTable table = {};
-  for (uint32_t k = 0; k < shortTable; k++) {
-    table[k] = static_cast<uint16_t>((uint32_t{1} << 31) / (32768 + 512 * k + 256));
-  }
+  for (size_t k = 0; k < shortTable; k++) table[k] = entries[k];
   return table;
 }
 
-// By the ratio of the legs in 64ths: what the hypotenuse is longer by than the
-// longer leg, in 65536ths of it, and how much that grows to the next entry.
-struct ExtraLengths {
-  ShortTable extra;
-  ShortTable growth;
-};
-
-constexpr ExtraLengths MakeExtraLengths() {
-  ExtraLengths table = {};
-  uint64_t last = uint64_t{1} << 16;
-  for (uint64_t k = 0; k <= shortTable; k++) {
-    uint64_t secant = last;
-    while ((secant + 1) * (secant + 1) <= (shortTable * shortTable + k * k) << 20) secant++;
-    const auto entry = static_cast<size_t>(k);
-    if (k < shortTable) table.extra[entry] = static_cast<uint16_t>(secant - 65536);
-    if (k > 0) table.growth[entry - 1] = static_cast<uint16_t>(secant - last);
-    last = secant;
-  }
-  return table;
-}
-
-// By the same: the angle beside the longer leg in degrees at the least, and the
-// ratios in 1024ths from which it is one and two more. The ratio may be one less
-// than the entry says, or one more.
-struct LegAngles {
-  ShortTable least;
-  ShortTable oneMore;
-  ShortTable twoMore;
-};
-
-constexpr LegAngles MakeLegAngles() {
-  LegAngles table = {};
-  for (size_t k = 0; k < shortTable; k++) {
-    size_t ratio = k == 0 ? 0 : 16 * k - 1;
-    const int least = atanTable[ratio];
-    while (ratio <= 1024 && atanTable[ratio] < least + 1) ratio++;
-    table.least[k] = static_cast<uint16_t>(least);
-    table.oneMore[k] = static_cast<uint16_t>(ratio);
-    while (ratio <= 1024 && atanTable[ratio] < least + 2) ratio++;
-    table.twoMore[k] = static_cast<uint16_t>(ratio);
-  }
-  return table;
-}
+inline constexpr ShortTable leastRatios = MakeLeastRatios();
+inline constexpr ShortTable shortCosines = FirstOf(cosTable);
+inline constexpr ShortTable shortSines = FirstOf(sinTable);
 
 }  // namespace vxm
