@@ -83,138 +83,66 @@ inline Polar PolarOf(hn::Vec<WordsOf<Ints>> dxdy) {
   return {hn::Min(root, hn::Set(ints, maxDistance)), hn::Add(base, angle)};
 }
 
-// Rows of pairs whose tables are still to be filled.
-struct PairRows {
-  static constexpr int enough = 512;
-  static constexpr int room = enough + maxRow + vectorPadding;
-  int count = 0;
-  alignas(64) Position apart[room];
-  alignas(64) uint16_t firstTurn[room];
-  alignas(64) uint16_t secondTurn[room];
-  alignas(64) uint16_t ends[room];  // the second minutia in the upper byte
-};
-
-// Lays the pairs of the minutiae from `j` on and before `last` with all before them.
-// What is stored is loaded in other vectors, which have to wait until it is in the cache;
-// so positions, which are taken first, are laid first.
-inline void LayRows(PairRows& rows, const TemplateGeometry& geometry, int j, int last) {
-  const Ints ints;
-  const hn::Repartition<uint16_t, Ints> words;
-  Position* apart = rows.apart;
-  for (int second = j; second < last; second++) {
-    const auto end = Broadcast(ints, geometry.position[second].x, geometry.position[second].y);
-    for (int i = 0; i < second; i += lanesOf<Ints>) {
-      hn::StoreU(hn::Sub(end, LoadPositions(ints, geometry.position + i)), WordsOf<Ints>(),
-                 &apart[i].x);
-    }
-    apart += second;
-  }
-  rows.count = static_cast<int>(apart - rows.apart);
-  // What lies beyond the end is looked up too.
-  hn::StoreU(hn::Zero(WordsOf<Ints>()), WordsOf<Ints>(), &apart->x);
-  int place = 0;
-  for (int second = j; second < last; second++) {
-    const auto turn = hn::Set(words, geometry.turn[second]);
-    auto ends =
-        hn::Add(hn::Load(words, counting), hn::Set(words, static_cast<uint16_t>(second << 8)));
-    for (int i = 0; i < second; i += lanesOf<decltype(words)>) {
-      hn::StoreU(hn::LoadU(words, geometry.turn + i), words, rows.firstTurn + place + i);
-      hn::StoreU(turn, words, rows.secondTurn + place + i);
-      hn::StoreU(ends, words, rows.ends + place + i);
-      ends = hn::Add(ends, hn::Set(words, lanesOf<decltype(words)>));
-    }
-    place += second;
-  }
+// The lower halves of the lanes.
+inline void StoreLower(hn::Vec<Ints> from, uint16_t* to) {
+  const WordForEach<Ints> words;
+  hn::StoreU(hn::TruncateTo(words, hn::BitCast(hn::RebindToUnsigned<Ints>(), from)), words, to);
 }
-
-#if HWY_TARGET == HWY_AVX3
-// All pairs of few minutiae in a row: two registers hold the positions, and one the turns,
-// and what is stored is what will be loaded, without a wait.
-constexpr int fewMinutiae = 32;
-
-// The minutiae of every pair, the second in the upper byte.
-constexpr auto MakePairEnds() {
-  std::array<uint16_t, PairPlace(0, fewMinutiae) + vectorPadding> ends = {};
-  for (int j = 1; j < fewMinutiae; j++) {
-    for (int i = 0; i < j; i++) {
-      ends[static_cast<size_t>(PairPlace(i, j))] = static_cast<uint16_t>(j << 8 | i);
-    }
-  }
-  return ends;
-}
-constexpr auto pairEnds = MakePairEnds();
-
-inline void LayFew(PairRows& rows, const TemplateGeometry& geometry) {
-  const Ints ints;
-  const hn::Repartition<uint16_t, Ints> words;
-  using Words = hn::Vec<decltype(words)>;
-  rows.count = PairCount(geometry.count);
-  const __m512i low = _mm512_load_si512(geometry.position);
-  const __m512i high = _mm512_load_si512(geometry.position + fewMinutiae / 2);
-  for (int k = 0; k < rows.count; k += lanesOf<Ints>) {
-    const auto ends = hn::PromoteTo(ints, hn::LoadU(WordForEach<Ints>(), pairEnds.data() + k));
-    const __m512i from = _mm512_permutex2var_epi32(low, ends.raw, high);
-    const __m512i to = _mm512_permutex2var_epi32(low, hn::ShiftRight<8>(ends).raw, high);
-    _mm512_store_si512(rows.apart + k, _mm512_sub_epi16(to, from));
-  }
-  const __m512i turns = _mm512_load_si512(geometry.turn);
-  for (int k = 0; k < rows.count; k += lanesOf<decltype(words)>) {
-    const auto ends = hn::LoadU(words, pairEnds.data() + k);
-    hn::Store(Words{_mm512_permutexvar_epi16(ends.raw, turns)}, words, rows.firstTurn + k);
-    hn::Store(Words{_mm512_permutexvar_epi16(hn::ShiftRight<8>(ends).raw, turns)}, words,
-              rows.secondTurn + k);
-    hn::Store(ends, words, rows.ends + k);
-  }
-}
-#endif
 
 // The upper bytes of turns.
 template <class D>
-void StoreBytes(uint8_t* to, D /*words*/, hn::Vec<D> turns) {
+void StoreBytes(hn::Vec<D> turns, D /*words*/, uint8_t* to) {
   const hn::Rebind<uint8_t, D> bytes;
   hn::StoreU(hn::TruncateTo(bytes, hn::ShiftRight<8>(turns)), bytes, to);
 }
 
-// Fills the tables from `place` on, beyond the rows' end as vectors do.
-inline void FillRows(PairRows& rows, TemplateGeometry& geometry, int place) {
-  const Ints ints;
-  const WordForEach<Ints> shorts;
-  const hn::Rebind<uint32_t, Ints> wide;
-  for (int k = 0; k < rows.count; k += lanesOf<Ints>) {
-    const Polar polar = PolarOf(LoadPositions(ints, rows.apart + k));
-    hn::StoreU(hn::TruncateTo(shorts, hn::BitCast(wide, polar.distance)), shorts,
-               geometry.distance + place + k);
-    hn::StoreU(hn::TruncateTo(shorts, hn::BitCast(wide, polar.angle)), shorts,
-               geometry.lineAngle + place + k);
-  }
-  const hn::Repartition<uint16_t, Ints> words;
-  for (int k = 0; k < rows.count; k += lanesOf<decltype(words)>) {
-    const auto line =
-        hn::Mul(hn::LoadU(words, geometry.lineAngle + place + k), hn::Set(words, turnScale));
-    const auto firstDir = hn::Sub(hn::LoadU(words, rows.firstTurn + k), line);
-    const auto secondDir = hn::Sub(hn::LoadU(words, rows.secondTurn + k), line);
-    StoreBytes(geometry.coarse.line + place + k, words, line);
-    StoreBytes(geometry.coarse.firstDir + place + k, words, firstDir);
-    StoreBytes(geometry.coarse.secondDir + place + k, words, secondDir);
-    hn::StoreInterleaved4(line, firstDir, secondDir, hn::LoadU(words, rows.ends + k), words,
-                          &geometry.pairs[place + k].line);
-  }
-}
-
+// Some rows at a time. What vectors hold beyond the end of a row the next one overwrites.
 void FillPairTables(TemplateGeometry& geometry) {
-  PairRows rows;
-#if HWY_TARGET == HWY_AVX3
-  // 3 % of a fast search.
-  if (geometry.count <= fewMinutiae) {
-    LayFew(rows, geometry);
-    FillRows(rows, geometry, 0);
-    return;
-  }
-#endif
-  for (int j = 1, last = 1; j < geometry.count; j = last) {
-    while (last < geometry.count && PairPlace(0, last) - PairPlace(0, j) < PairRows::enough) last++;
-    LayRows(rows, geometry, j, last);
-    FillRows(rows, geometry, PairPlace(0, j));
+  constexpr int enough = 512;
+  constexpr int room = enough + maxRow + vectorPadding;
+  alignas(64) Position apart[room];
+  alignas(64) uint16_t firstTurn[room];
+  alignas(64) uint16_t secondTurn[room];
+  alignas(64) uint16_t ends[room];  // the second minutia in the upper byte
+  const Ints ints;
+  const hn::Repartition<uint16_t, Ints> words;
+  for (int j = 1; j < geometry.count;) {
+    const int place = PairPlace(0, j);
+    int laid = 0;
+    for (; j < geometry.count && laid < enough; laid += j++) {
+      const auto end = Broadcast(ints, geometry.position[j].x, geometry.position[j].y);
+      for (int i = 0; i < j; i += lanesOf<Ints>) {
+        hn::StoreU(hn::Sub(end, LoadPositions(ints, geometry.position + i)), WordsOf<Ints>(),
+                   &apart[laid + i].x);
+      }
+      const auto turn = hn::Set(words, geometry.turn[j]);
+      auto both = hn::Add(hn::Load(words, counting), hn::Set(words, static_cast<uint16_t>(j << 8)));
+      for (int i = 0; i < j; i += lanesOf<decltype(words)>) {
+        hn::StoreU(hn::LoadU(words, geometry.turn + i), words, firstTurn + laid + i);
+        hn::StoreU(turn, words, secondTurn + laid + i);
+        hn::StoreU(both, words, ends + laid + i);
+        both = hn::Add(both, hn::Set(words, lanesOf<decltype(words)>));
+      }
+    }
+    // What lies beyond the end is looked up too.
+    hn::StoreU(hn::Zero(WordsOf<Ints>()), WordsOf<Ints>(), &apart[laid].x);
+    for (int k = 0; k < laid; k += lanesOf<Ints>) {
+      const Polar polar = PolarOf(LoadPositions(ints, apart + k));
+      StoreLower(polar.distance, geometry.distance + place + k);
+      StoreLower(polar.angle, geometry.lineAngle + place + k);
+    }
+    for (int k = 0; k < laid; k += lanesOf<decltype(words)>) {
+      const int to = place + k;
+      const auto line =
+          hn::Mul(hn::LoadU(words, geometry.lineAngle + to), hn::Set(words, turnScale));
+      const auto firstDir = hn::Sub(hn::LoadU(words, firstTurn + k), line);
+      const auto secondDir = hn::Sub(hn::LoadU(words, secondTurn + k), line);
+      StoreBytes(line, words, geometry.coarse.line + to);
+      StoreBytes(firstDir, words, geometry.coarse.firstDir + to);
+      StoreBytes(secondDir, words, geometry.coarse.secondDir + to);
+      hn::StoreInterleaved4(line, firstDir, secondDir, hn::LoadU(words, ends + k), words,
+                            &geometry.pairs[to].line);
+    }
   }
 }
 
