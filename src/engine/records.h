@@ -140,6 +140,15 @@ struct NearList {
   MinutiaBits references[maxRow];
 };
 
+// Pairings of the first alignment pass, as the second pass takes them.
+struct PairingList {
+  int count;
+  alignas(64) Position from[maxRow];
+  alignas(64) Position to[maxRow];
+  alignas(64) int16_t rotation[maxRow];  // between the two directions, 0..359
+  alignas(64) uint16_t weight[maxRow];   // 0 where the pairing does not count
+};
+
 struct Kernels;
 
 // What every comparison makes anew.

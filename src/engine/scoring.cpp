@@ -55,17 +55,30 @@ PairedMinutiae ListPaired(const EngineContext& context, const MatchResult& resul
   PairedMinutiae paired = {};
   for (int m = 0; m < context.probeGeometry.count; m++) {
     if (result.mate[m] < 0) continue;
-    paired.probe.Add(m);
-    paired.reference.Add(result.mate[m]);
+    paired.probe[m] = 1;
+    paired.reference[result.mate[m]] = 1;
   }
   return paired;
 }
 
 Neighbourhood NeighbourhoodOf(const EngineContext& context, const TemplateGeometry& geometry,
-                              const MinutiaBits& paired, int minutia) {
+                              const int16_t* paired, int minutia) {
   // Standard records are scored without neighbours.
   if (context.scale == Scale::standard) return {1, 1};
-  return context.kernels->countNeighbours(geometry, paired, minutia);
+  // Of those nearer the square's root is at most the radius.
+  constexpr int radius2 = (EngineParams::neighbourRadius + 1) * (EngineParams::neighbourRadius + 1);
+  const int16_t* x = geometry.workspace->x;
+  const int16_t* y = geometry.workspace->y;
+  int near = 0;
+  int pairedNear = 0;
+  for (int i = 0; i < geometry.count; i++) {
+    const int dx = x[i] - x[minutia];
+    const int dy = y[i] - y[minutia];
+    const int within = dx * dx + dy * dy < radius2 ? 1 : 0;
+    near += within;
+    pairedNear += within * paired[i];
+  }
+  return {pairedNear, near};
 }
 
 }  // namespace vxm

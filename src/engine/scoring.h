@@ -12,6 +12,28 @@
 
 namespace vxm {
 
+// The open rectangle minX < x < maxX, minY < y < maxY.
+struct Box {
+  int minX, maxX;
+  int minY, maxY;
+
+  bool Holds(Point p) const { return p.x > minX && p.x < maxX && p.y > minY && p.y < maxY; }
+};
+
+// Inside this box a position can be in the area.
+inline Box BoxOf(const Area& area) {
+  return {std::max(area.firstColumn * blockSize - 1, 0), area.gridWidth * blockSize,
+          std::max(area.firstRow * blockSize - 1, 0), area.gridHeight * blockSize};
+}
+
+// Moved minutiae outside this box are too near to the border to pair; it has the
+// size of the probe's area.
+inline Box PairingBox(const Area& area) {
+  constexpr int margin = EngineParams::borderMargin;
+  return {margin, area.gridWidth * blockSize - margin, margin,
+          area.gridHeight * blockSize - margin};
+}
+
 // dir[j] - dir[i], seen from the lower index and turned round for the higher.
 inline uint16_t RelativeAngle(const TemplateGeometry& geometry, int i, int j) {
   const int angle = AngleBetween(geometry.dir[std::max(i, j)], geometry.dir[std::min(i, j)]);
@@ -124,6 +146,17 @@ inline bool FitsBeside(const EngineContext& context, Correspondence seed, Corres
               : TurnsOfLinesAgree(context, seed, other));
 }
 
+inline bool PairingHolds(const PairingList& pairings, int k, const Motion& motion, Point shift,
+                         int theta) {
+  constexpr int radius = EngineParams::refinedDistanceTolerance;
+  const Point p = Move(motion, {pairings.from[k].x, pairings.from[k].y});
+  const int dx = p.x + shift.x - pairings.to[k].x;
+  const int dy = p.y + shift.y - pairings.to[k].y;
+  return dx * dx + dy * dy <= radius * radius &&
+         AnglesAgree(static_cast<uint16_t>(pairings.rotation[k]), theta,
+                     EngineParams::angleTolerance);
+}
+
 // Length of the longest pair of a template; pixels.
 inline int LongestPair(const TemplateGeometry& geometry) {
   uint16_t longest = 0;
@@ -161,14 +194,21 @@ int WithSeedFactors(const EngineContext& context, int weight, Correspondence a, 
 
 // The minutiae that a result pairs.
 struct PairedMinutiae {
-  MinutiaBits probe;
-  MinutiaBits reference;
+  int16_t probe[maxMinutiae];  // 0 or 1
+  int16_t reference[maxMinutiae];
 };
 PairedMinutiae ListPaired(const EngineContext& context, const MatchResult& result);
 
+// A minutia with its neighbours: how many they are, how many of them (the
+// minutia itself always) are paired.
+struct Neighbourhood {
+  int paired;
+  int minutiae;
+};
+
 // The minutia with its neighbours in one of the two templates.
 Neighbourhood NeighbourhoodOf(const EngineContext& context, const TemplateGeometry& geometry,
-                              const MinutiaBits& paired, int minutia);
+                              const int16_t* paired, int minutia);
 
 // The score of result's pairings with every weight, the seeds' aside, taken
 // times `support`(of the probe minutia, of its mate) / 1024.

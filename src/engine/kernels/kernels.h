@@ -6,56 +6,12 @@
 // always left to the scalar form.
 #pragma once
 
-#include <algorithm>
-
 #include "engine/numeric.h"
 #include "engine/params.h"
 #include "engine/records.h"
 #include "platform/cpu.h"
 
 namespace vxm {
-
-// The open rectangle minX < x < maxX, minY < y < maxY.
-struct Box {
-  int minX, maxX;
-  int minY, maxY;
-
-  bool Holds(Point p) const { return p.x > minX && p.x < maxX && p.y > minY && p.y < maxY; }
-};
-
-// Inside this box a position can be in the area.
-inline Box BoxOf(const Area& area) {
-  return {std::max(area.firstColumn * blockSize - 1, 0), area.gridWidth * blockSize,
-          std::max(area.firstRow * blockSize - 1, 0), area.gridHeight * blockSize};
-}
-
-// Moved minutiae outside this box are too near to the border to pair; it has the
-// size of the probe's area.
-inline Box PairingBox(const Area& area) {
-  constexpr int margin = EngineParams::borderMargin;
-  return {margin, area.gridWidth * blockSize - margin, margin,
-          area.gridHeight * blockSize - margin};
-}
-
-// Pairings of the first alignment pass, as the second pass takes them.
-struct PairingList {
-  int count;
-  alignas(64) Position from[maxRow];
-  alignas(64) Position to[maxRow];
-  alignas(64) int16_t rotation[maxRow];  // between the two directions, 0..359
-  alignas(64) uint16_t weight[maxRow];   // 0 where the pairing does not count
-};
-
-inline bool PairingHolds(const PairingList& pairings, int k, const Motion& motion, Point shift,
-                         int theta) {
-  constexpr int radius = EngineParams::refinedDistanceTolerance;
-  const Point p = Move(motion, {pairings.from[k].x, pairings.from[k].y});
-  const int dx = p.x + shift.x - pairings.to[k].x;
-  const int dy = p.y + shift.y - pairings.to[k].y;
-  return dx * dx + dy * dy <= radius * radius &&
-         AnglesAgree(static_cast<uint16_t>(pairings.rotation[k]), theta,
-                     EngineParams::angleTolerance);
-}
 
 struct LengthCount {
   int count;
@@ -68,23 +24,12 @@ struct BlockCounts {
   int agree;    // of those, the ones with the same orientation
 };
 
-// A minutia with its neighbours: how many they are, how many of them (the
-// minutia itself always) are paired.
-struct Neighbourhood {
-  int paired;
-  int minutiae;
-};
-
 constexpr int crowdedDistance2 = EngineParams::crowdedDistance * EngineParams::crowdedDistance;
 constexpr int32_t crowdedRank = 1 << 30;
 
 // Smaller for minutiae that say more: crowded or not, the squared distance from the
 // centre, and the place, one above the other in one number.
 inline int32_t RankOf(int distance2, int place) { return distance2 << 8 | place; }
-
-// A neighbour's distance has its root at most the radius, below this square.
-constexpr int neighbourRadius2 =
-    (EngineParams::neighbourRadius + 1) * (EngineParams::neighbourRadius + 1);
 
 struct Kernels {
   const char* name;
@@ -121,10 +66,6 @@ struct Kernels {
 
   // Weight of the pairings that hold under a rotation by theta and the shift.
   int (*sumHolding)(const PairingList& pairings, const Motion& motion, Point shift, int theta);
-
-  // Counts the neighbours of a paired minutia.
-  Neighbourhood (*countNeighbours)(const TemplateGeometry& geometry, const MinutiaBits& paired,
-                                   int minutia);
 
   // Compares the ridge orientations of the probe's blocks, turned by theta and
   // shifted, with those of the reference.

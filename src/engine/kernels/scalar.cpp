@@ -169,20 +169,6 @@ int SumHolding(const PairingList& pairings, const Motion& motion, Point shift, i
   return sum;
 }
 
-Neighbourhood CountNeighbours(const TemplateGeometry& geometry, const MinutiaBits& paired,
-                              int minutia) {
-  const Position own = geometry.position[minutia];
-  Neighbourhood counts = {0, 0};
-  for (int i = 0; i < geometry.count; i++) {
-    const int dx = geometry.position[i].x - own.x;
-    const int dy = geometry.position[i].y - own.y;
-    if (dx * dx + dy * dy >= neighbourRadius2) continue;
-    counts.minutiae++;
-    counts.paired += paired.Has(i) ? 1 : 0;
-  }
-  return counts;
-}
-
 BlockCounts CountBlocks(const Area& probe, const Area& reference, int theta, Point shift) {
   const int half = theta >= 180 ? theta - 180 : theta;
   const Motion motion = Forward(theta);
@@ -234,9 +220,8 @@ void ChooseMinutiae(const MatchWorkspace& workspace, int count, MinutiaBits& cho
 
 }  // namespace
 
-const Kernels scalarKernels = {"scalar",      [] { return true; }, FillPairTables,  CountPairs,
-                               CastVotes,     RankSeeds,           ListPartners,    MoveOnto,
-                               ListNear,      SumHolding,          CountNeighbours, CountBlocks,
-                               ChooseMinutiae};
+const Kernels scalarKernels = {"scalar",  [] { return true; }, FillPairTables, CountPairs,
+                               CastVotes, RankSeeds,           ListPartners,   MoveOnto,
+                               ListNear,  SumHolding,          CountBlocks,    ChooseMinutiae};
 
 }  // namespace vxm

@@ -1,8 +1,5 @@
 // The search for an alignment: partners of a seed, moved positions and what lies near
 // them.
-HWY_BEFORE_NAMESPACE();
-namespace vxm::HWY_NAMESPACE {
-namespace {
 
 // The squares a, b of lengths that fit have (a - b)^2 at most this times a + b: with t
 // the tolerance and the pixel that rounding hides, |a - b| is below t times the sum of
@@ -34,8 +31,7 @@ inline int ListFit(SeedPair* pairs, int k, int count, int place, hn::Mask<Ints> 
   return static_cast<int>(hn::CountTrue(ints, counted));
 #else
   int listed = 0;
-  for (uint64_t bits = BitsOf(Ints(), fit) & FirstBits<lanesOf<Ints>>(count - k); bits != 0;
-       bits &= bits - 1) {
+  for (uint64_t bits = BitsOf(Ints(), fit) & FirstBits(count - k); bits != 0; bits &= bits - 1) {
     pairs[listed++] = {static_cast<uint8_t>(k + platform::LowestBit(bits)),
                        static_cast<uint8_t>(place)};
   }
@@ -152,7 +148,7 @@ void MoveOnto(const TemplateGeometry& geometry, const Area& area, const Motion& 
     hn::StoreU(to, WordsOf<Ints>(), &moved[i].x);
     auto in = box.Holds(to);
     if (area.hasRidges) in = OnRidges(area, to, in);
-    PutBits(on, i, BitsOf(ints, in) & FirstBits<lanesOf<Ints>>(geometry.count - i));
+    PutBits(on, i, BitsOf(ints, in) & FirstBits(geometry.count - i));
   }
 }
 
@@ -212,7 +208,7 @@ void ListInside(EngineContext& context, const Position* moved, const MinutiaBits
           const auto alike = TurnsWithin(turns[n / lanes], least);
           found |= BitsOf(ints, hn::And(close, alike)) << (n - first);
         }
-        found &= FirstPairs(static_cast<unsigned>(reference.count - first));
+        found &= FirstBits(reference.count - first);
         near.references[listed].words[first / 64] = found;
         any |= found;
       }
@@ -248,7 +244,3 @@ void ListNear(EngineContext& context, const Position* moved, const MinutiaBits& 
   list(context, moved, inside, count,
        ScaledTurn(theta) - ScaledReach(EngineParams::seedAngleTolerance), needed);
 }
-
-}  // namespace
-}  // namespace vxm::HWY_NAMESPACE
-HWY_AFTER_NAMESPACE();

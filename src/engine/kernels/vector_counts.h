@@ -1,7 +1,4 @@
 // What is counted of an alignment, and of a template that is to be reduced.
-HWY_BEFORE_NAMESPACE();
-namespace vxm::HWY_NAMESPACE {
-namespace {
 
 // Pairings and blocks in a row are few: longer vectors would be half empty.
 using FewInts = hn::CappedTag<int32_t, 8>;
@@ -77,21 +74,6 @@ BlockCounts CountBlocks(const Area& probe, const Area& reference, int theta, Poi
   return {Sum(ints, probeCount), Sum(ints, overlapCount), Sum(ints, agreeCount)};
 }
 
-Neighbourhood CountNeighbours(const TemplateGeometry& geometry, const MinutiaBits& paired,
-                              int minutia) {
-  const Ints ints;
-  const auto own = Broadcast(ints, geometry.position[minutia].x, geometry.position[minutia].y);
-  Neighbourhood counts = {0, 0};
-  for (int i = 0; i < geometry.count; i += lanesOf<Ints>) {
-    const auto apart = hn::Sub(LoadPositions(ints, geometry.position + i), own);
-    const auto within = hn::Gt(hn::Set(ints, neighbourRadius2), SquaredLength(ints, apart));
-    const uint64_t near = BitsOf(ints, within) & FirstBits<lanesOf<Ints>>(geometry.count - i);
-    counts.minutiae += platform::CountBits(near);
-    counts.paired += platform::CountBits(near & (paired.words[i / 64] >> (i % 64)));
-  }
-  return counts;
-}
-
 void ChooseMinutiae(const MatchWorkspace& workspace, int count, MinutiaBits& chosen) {
   const Ints ints;
   const hn::Repartition<uint16_t, Ints> words;
@@ -123,11 +105,6 @@ void ChooseMinutiae(const MatchWorkspace& workspace, int count, MinutiaBits& cho
   }
   for (int i = 0; i < all; i += lanesOf<Ints>) {
     const auto before = CountSmaller(ranks, all, hn::Load(ints, ranks + i));
-    PutBits(chosen, i,
-            BitsOf(ints, hn::Gt(hn::Set(ints, count), before)) & FirstBits<lanesOf<Ints>>(all - i));
+    PutBits(chosen, i, BitsOf(ints, hn::Gt(hn::Set(ints, count), before)) & FirstBits(all - i));
   }
 }
-
-}  // namespace
-}  // namespace vxm::HWY_NAMESPACE
-HWY_AFTER_NAMESPACE();

@@ -1,10 +1,4 @@
-// What the vector loops are written in. Each part of vectors.cpp is compiled once for
-// each instruction set, in a namespace of its own, so these files have no guard.
-HWY_BEFORE_NAMESPACE();
-namespace vxm::HWY_NAMESPACE {
-namespace {
-
-namespace hn = hwy::HWY_NAMESPACE;
+// What the vector loops are written in.
 
 // A tag names a vector's kind: here 32 bits to a lane, as many as a register holds.
 using Ints = hn::ScalableTag<int32_t>;
@@ -97,10 +91,9 @@ uint64_t BitsOf(D tag, hn::Mask<D> mask) {
   return bits;
 }
 
-// The first `count` of at most `most` bits.
-template <int most>
-uint64_t FirstBits(int count) {
-  return (uint64_t{1} << std::min(count, most)) - 1;
+// The first `count` bits, or all 64; without a branch.
+inline uint64_t FirstBits(int count) {
+  return (uint64_t{count < 64 ? 1u : 0u} << static_cast<unsigned>(count) % 64) - 1;
 }
 
 // Puts the bits of the minutiae from i on into a set that is filled in order.
@@ -113,7 +106,3 @@ template <class D>
 int Sum(D ints, hn::Vec<D> lanes) {
   return hn::GetLane(hn::SumOfLanes(ints, lanes));
 }
-
-}  // namespace
-}  // namespace vxm::HWY_NAMESPACE
-HWY_AFTER_NAMESPACE();

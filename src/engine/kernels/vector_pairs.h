@@ -2,9 +2,6 @@
 //
 // The pairs of the second minutia, the third, ... are rows of growing length. They are
 // first laid end to end, so that vectors are full also where the rows are short.
-HWY_BEFORE_NAMESPACE();
-namespace vxm::HWY_NAMESPACE {
-namespace {
 
 struct Polar {
   hn::Vec<Ints> distance;
@@ -145,7 +142,3 @@ void FillPairTables(TemplateGeometry& geometry) {
     }
   }
 }
-
-}  // namespace
-}  // namespace vxm::HWY_NAMESPACE
-HWY_AFTER_NAMESPACE();

@@ -7,9 +7,6 @@
 // Nothing branches on what is found, since that could not be foretold: words of
 // 64 pairs are listed when any is left, and the list is then gone through in
 // rounds that take one pair of each word, for most hold no more.
-HWY_BEFORE_NAMESPACE();
-namespace vxm::HWY_NAMESPACE {
-namespace {
 
 // Keeps where a seed lies.
 inline void PlaceSeed(EngineContext& context, int place, int probe, int mate) {
@@ -109,11 +106,6 @@ LengthCount CountPairs(const TemplateGeometry& geometry, int length) {
     longest = hn::Max(longest, hn::IfThenElseZero(counted, own));
   }
   return {hn::GetLane(hn::SumOfLanes(words, count)), hn::GetLane(hn::MaxOfLanes(words, longest))};
-}
-
-// The first `count` bits, or all 64; without a branch.
-inline uint64_t FirstPairs(unsigned count) {
-  return (uint64_t{count < 64 ? 1u : 0u} << count % 64) - 1;
 }
 
 // How far the coarse turns of pairs may be from each other's: the directions, and what the
@@ -312,7 +304,3 @@ void RankSeeds(EngineContext& context) {
     PlaceSeed(context, place, m, mates[m]);
   }
 }
-
-}  // namespace
-}  // namespace vxm::HWY_NAMESPACE
-HWY_AFTER_NAMESPACE();

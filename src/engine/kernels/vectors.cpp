@@ -19,7 +19,7 @@
 // one to four registers make a word of 64 bits, one for each pair. Less than one bit in
 // thirty is set, and these pairs are tested again, exactly.
 //
-// The parts, in the order of a comparison:
+// The parts, in the order of a comparison, each inside the namespace of the set:
 //   vector_lanes.h     the operations that they are made of
 //   vector_pairs.h     lengths and directions of all pairs of minutiae
 //   vector_voting.h    votes, and the seeds that they give
@@ -48,7 +48,7 @@
 #include <type_traits>
 
 #include "engine/kernels/kernels.h"
-#include "engine/kernels/root_tables.h"
+#include "engine/root_tables.h"
 #include "engine/scoring.h"
 #include "platform/cpu.h"
 
@@ -60,16 +60,6 @@
 
 // The sets of one lane are the scalar form's task.
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
-
-#include "engine/kernels/vector_lanes.h"
-//
-#include "engine/kernels/vector_pairs.h"
-//
-#include "engine/kernels/vector_voting.h"
-//
-#include "engine/kernels/vector_attempts.h"
-//
-#include "engine/kernels/vector_counts.h"
 
 #if HWY_TARGET == HWY_AVX3
 #define VXM_FORM "avx512", platform::HasAvx512
@@ -83,12 +73,25 @@
 #define VXM_FORM "wasm", platform::HasWasmVectors
 #endif
 
+HWY_BEFORE_NAMESPACE();
 namespace vxm::HWY_NAMESPACE {
+namespace {
+namespace hn = hwy::HWY_NAMESPACE;
+// clang-format off
+#include "engine/kernels/vector_lanes.h"
+#include "engine/kernels/vector_pairs.h"
+#include "engine/kernels/vector_voting.h"
+#include "engine/kernels/vector_attempts.h"
+#include "engine/kernels/vector_counts.h"
+// clang-format on
+}  // namespace
+
 extern const Kernels kernels;
-const Kernels kernels = {VXM_FORM,   FillPairTables,  CountPairs,  CastVotes,
-                         RankSeeds,  ListPartners,    MoveOnto,    ListNear,
-                         SumHolding, CountNeighbours, CountBlocks, ChooseMinutiae};
+const Kernels kernels = {VXM_FORM,   FillPairTables, CountPairs,    CastVotes,
+                         RankSeeds,  ListPartners,   MoveOnto,      ListNear,
+                         SumHolding, CountBlocks,    ChooseMinutiae};
 }  // namespace vxm::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
 #undef VXM_FORM
 
 #endif
