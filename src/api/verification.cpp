@@ -37,7 +37,7 @@ int LoadBoth(Matcher& matcher, TemplateFormat format, Bytes first, Bytes second)
   vxm::WorkingSet& set = matcher.caller;
   vxm::ForgetProbe(set.staged);
   if (!vxm::LoadAs(format, first.data, first.size, set.probeWorkspace) ||
-      !vxm::LoadAs(format, second.data, second.size, set.candidateWorkspace)) {
+      !vxm::LoadInPlace(format, second.data, second.size, set.candidateWorkspace)) {
     return VXM_ERR_INVALID_PARAMETERS;
   }
   return VXM_OK;

@@ -67,8 +67,9 @@ void FillRidges(Area& area, const MatchWorkspace& workspace) {
   uint8_t outside[maxGridBlocks];
   std::fill_n(outside, maxGridBlocks, background);
   std::fill(outside + columns.first, outside + columns.last, uint8_t{0});
+  uint8_t values[maxGridBlocks] = {};
   for (int row = 0; row < area.gridHeight; row++) {
-    const uint8_t* values = source.orientation[row];
+    std::copy_n(BlockRow(source, row), area.gridWidth, values);
     const uint8_t outsideRow = rows.Holds(row) ? 0 : background;
     for (int column = 0; column < (area.gridWidth + 15) / 16 * 16; column++) {
       const int value = values[column] | outside[column] | outsideRow;

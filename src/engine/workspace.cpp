@@ -5,6 +5,14 @@
 
 namespace vxm {
 
+void CopyBlocks(MatchWorkspace& workspace) {
+  if (workspace.blocks == nullptr) return;
+  for (int row = 0; row < workspace.gridHeight; row++) {
+    std::copy_n(BlockRow(workspace, row), workspace.gridWidth, workspace.orientation[row]);
+  }
+  workspace.blocks = nullptr;
+}
+
 void CopyWorkspace(MatchWorkspace& target, const MatchWorkspace& source) {
   const int n = source.minutiaCount;
   target.minutiaCount = n;
@@ -17,6 +25,8 @@ void CopyWorkspace(MatchWorkspace& target, const MatchWorkspace& source) {
   target.gridHeight = source.gridHeight;
   target.templateAttribute = source.templateAttribute;
   target.ridgesOf = nullptr;
+  target.blocks = source.blocks;
+  if (source.blocks != nullptr) return;
   for (int row = 0; row < source.gridHeight; row++) {
     std::copy_n(source.orientation[row], source.gridWidth, target.orientation[row]);
   }

@@ -30,10 +30,22 @@ struct MatchWorkspace {
   // ridge. Only gridHeight rows of gridWidth blocks mean anything, and of standard
   // records not even these.
   uint8_t orientation[maxGridBlocks][maxGridBlocks];
+  // Where these values still lie, row after row, if they were not copied: nearly all
+  // candidates are left before anything looks at them. Otherwise null.
+  const uint8_t* blocks = nullptr;
   // Of a reduced template the one that it was made from, whose grid counts, but only
   // around the minutiae that are left; it must live as long. Otherwise null.
   const MatchWorkspace* ridgesOf = nullptr;
 };
+
+// The values of a row of blocks: gridWidth of them.
+inline const uint8_t* BlockRow(const MatchWorkspace& workspace, int row) {
+  return workspace.blocks == nullptr ? workspace.orientation[row]
+                                     : workspace.blocks + row * workspace.gridWidth;
+}
+
+// Copies the values that were left where they lie.
+void CopyBlocks(MatchWorkspace& workspace);
 
 // Copies what is in use of one that is not reduced: the minutiae counted and the grid
 // within its size.

@@ -13,7 +13,7 @@ StepOutcome CompareCandidate(const Matcher& matcher, WorkingSet& set, const Cand
   if (!MayBeOf(format, entry.templateData, entry.templateSize)) return StepOutcome::wrongFormat;
   uint8_t attribute = 0;
   if (!ReadAttribute(format, entry.templateData, entry.templateSize, attribute) ||
-      !LoadAs(format, entry.templateData, entry.templateSize, set.candidateWorkspace)) {
+      !LoadInPlace(format, entry.templateData, entry.templateSize, set.candidateWorkspace)) {
     return StepOutcome::passedOver;
   }
   if (format == TemplateFormat::iso &&

@@ -38,8 +38,15 @@ void ExpectAttribute(const uint8_t* bytes, int size) {
   platform::Prefetch(bytes + size - 1);
 }
 
-// What an ordinary template takes; asking for more gains nothing.
-constexpr int mostExpected = 2048;
+// Asks for what an ordinary template's minutiae take; asking for more gains nothing.
+void ExpectBytes(const CandidateEntry& entry) {
+  constexpr int line = 64;
+  constexpr int most = 384;
+  if (entry.templateData == nullptr) return;
+  for (int offset = 0; offset < std::min(entry.templateSize, most); offset += line) {
+    platform::Prefetch(entry.templateData + offset);
+  }
+}
 
 int CopySize(int templateSize) { return std::clamp(templateSize, 0, maxCopySize); }
 
@@ -78,14 +85,14 @@ bool BuildCandidateList(CandidateList& list, TemplateFormat format, uint8_t prob
   return true;
 }
 
-void ExpectCandidate(const CandidateList& list, int position) {
-  if (position >= list.count) return;
-  constexpr int line = 64;
-  const CandidateEntry& entry = list.entries[static_cast<size_t>(position)];
-  if (entry.templateData == nullptr) return;
-  const int size = std::min(entry.templateSize, mostExpected);
-  for (int offset = 0; offset < size; offset += line) {
-    platform::Prefetch(entry.templateData + offset);
+// What is asked for has to wait until its page is found, which can take as long as the
+// memory itself; several wait at once.
+void ExpectCandidates(const CandidateList& list, int position, int step) {
+  constexpr int together = 4;
+  if (position / step % together != 0) return;
+  for (int k = together; k < 2 * together; k++) {
+    if (position + k * step >= list.count) return;
+    ExpectBytes(list.entries[static_cast<size_t>(position + k * step)]);
   }
 }
 

@@ -27,9 +27,9 @@ bool BuildCandidateList(CandidateList& list, TemplateFormat format, uint8_t prob
                         const unsigned char* const* templates, const int* templateSizes,
                         int templateCount);
 
-// Asks for the bytes of the candidate at that position of the search, if there is one, so
-// that they are in the cache when its turn comes.
-void ExpectCandidate(const CandidateList& list, int position);
+// Asks for the bytes of the next few candidates of a search that is at that position and
+// takes every `step`th, so that they are in the cache when their turn comes.
+void ExpectCandidates(const CandidateList& list, int position, int step);
 
 // The attribute byte of a candidate's raw bytes; false when they are too short.
 bool ReadAttribute(TemplateFormat format, const uint8_t* bytes, int size, uint8_t& attribute);

@@ -28,9 +28,6 @@ struct Pass {
   std::atomic<int> workerMatchIndex{-1};
 };
 
-// A comparison takes several times as long as memory takes to answer.
-constexpr int candidatesAhead = 2;
-
 // How the calling thread's part of a pass ended.
 struct Ending {
   int status;
@@ -41,7 +38,7 @@ struct Ending {
 Ending SearchOnCaller(Pass& pass) {
   Matcher& matcher = pass.matcher;
   for (int position = 0; position < pass.candidates.count; position += pass.threads) {
-    ExpectCandidate(pass.candidates, position + candidatesAhead * pass.threads);
+    ExpectCandidates(pass.candidates, position, pass.threads);
     const CandidateEntry& entry = pass.candidates.entries[static_cast<size_t>(position)];
     if (entry.templateData == nullptr) continue;
     switch (CompareCandidate(matcher, matcher.caller, entry)) {
@@ -71,7 +68,7 @@ void SearchOnWorker(void* argument) {
   Matcher& matcher = pass.matcher;
   if (!platform::WaitFor(matcher.workerStartEvent.get())) return;
   for (int position = 1; position < pass.candidates.count; position += pass.threads) {
-    ExpectCandidate(pass.candidates, position + candidatesAhead * pass.threads);
+    ExpectCandidates(pass.candidates, position, pass.threads);
     const CandidateEntry& entry = pass.candidates.entries[static_cast<size_t>(position)];
     if (entry.templateData == nullptr) continue;
     if (CompareCandidate(matcher, matcher.worker, entry) == StepOutcome::match) {

@@ -5,13 +5,19 @@
 
 namespace vxm {
 
-bool LoadAs(TemplateFormat format, const uint8_t* bytes, int size, MatchWorkspace& workspace) {
+bool LoadInPlace(TemplateFormat format, const uint8_t* bytes, int size, MatchWorkspace& workspace) {
   if (format != TemplateFormat::native) {
     LoadRecord(LayoutOf(format), bytes, size, workspace);
     return true;
   }
   if (!CheckNativeTemplate(bytes, size)) return false;
   LoadNativeTemplate(workspace, bytes);
+  return true;
+}
+
+bool LoadAs(TemplateFormat format, const uint8_t* bytes, int size, MatchWorkspace& workspace) {
+  if (!LoadInPlace(format, bytes, size, workspace)) return false;
+  CopyBlocks(workspace);
   return true;
 }
 

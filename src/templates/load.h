@@ -11,7 +11,10 @@ enum class LoadOutcome { loaded, wrongFormat, invalid };
 // check. Standard records load whatever their state.
 bool LoadAs(TemplateFormat format, const uint8_t* bytes, int size, MatchWorkspace& workspace);
 
-// The same for what the first ten bytes show to be of the expected format.
+// The same, but the workspace may lead to the bytes, which must live as long as its use.
+bool LoadInPlace(TemplateFormat format, const uint8_t* bytes, int size, MatchWorkspace& workspace);
+
+// Loads for what the first ten bytes show to be of the expected format.
 LoadOutcome LoadTemplate(TemplateFormat expected, const uint8_t* bytes, int size,
                          MatchWorkspace& workspace);
 

@@ -34,12 +34,6 @@ NativeMinutia ReadMinutia(const uint8_t* record, int recordSize) {
           record[3] >> 7};
 }
 
-void LoadByteMap(MatchWorkspace& workspace, const uint8_t* map) {
-  for (int row = 0; row < workspace.gridHeight; row++) {
-    std::copy_n(map + row * workspace.gridWidth, workspace.gridWidth, workspace.orientation[row]);
-  }
-}
-
 // Two blocks a byte, the first in the high nibble, on across row ends.
 void LoadCodedMap(MatchWorkspace& workspace, const uint8_t* map) {
   int block = 0;
@@ -86,11 +80,8 @@ void LoadNativeTemplate(MatchWorkspace& workspace, const uint8_t* bytes) {
     workspace.quality[i] = static_cast<uint8_t>(minutia.quality);
     workspace.type[i] = static_cast<uint8_t>(minutia.type);
   }
-  if (layout.byteMap) {
-    LoadByteMap(workspace, record);
-  } else {
-    LoadCodedMap(workspace, record);
-  }
+  workspace.blocks = layout.byteMap ? record : nullptr;
+  if (!layout.byteMap) LoadCodedMap(workspace, record);
 }
 
 }  // namespace vxm

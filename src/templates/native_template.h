@@ -22,7 +22,8 @@ namespace vxm {
 // coordinates; the rest may hold anything. Reads nothing at or beyond `size`.
 bool CheckNativeTemplate(const uint8_t* bytes, int size);
 
-// Unpacks a template that passed the check; coordinates are clamped to the grid.
+// Unpacks a template that passed the check; coordinates are clamped to the grid. Blocks
+// of a byte each stay where they are.
 void LoadNativeTemplate(MatchWorkspace& workspace, const uint8_t* bytes);
 
 // Packs a workspace in the richest form that fits: full records with a byte per

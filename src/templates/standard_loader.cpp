@@ -138,6 +138,7 @@ void LoadRecord(const RecordLayout& layout, const uint8_t* record, int size,
   workspace.gridWidth = static_cast<uint8_t>(kept == 0 ? 1 : columns.count);
   workspace.gridHeight = static_cast<uint8_t>(kept == 0 ? 1 : rows.count);
   workspace.templateAttribute = fields.templateAttribute;
+  workspace.blocks = nullptr;
 }
 
 }  // namespace vxm

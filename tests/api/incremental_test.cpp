@@ -1,6 +1,9 @@
 // Identification one candidate at a time.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <memory>
+
 #include "support/made_templates.h"
 #include "support/matcher_calls.h"
 #include "support/matcher_fixture.h"
@@ -60,6 +63,20 @@ TEST_F(IncrementalTest, TypesMustFit) {
   const Bytes broken = made::With(made::Touch(TEMPLATE_NATIVE, 1, 1), 1, 0);
   EXPECT_EQ(Init(broken), VXM_ERR_TEMPLATE_TYPE);
   EXPECT_EQ(IdentifyNext(matcher, broken), refused);
+}
+
+// Whatever becomes of the bytes that it was loaded from, by either call.
+TEST_F(IncrementalTest, TheProbeOutlivesItsBytes) {
+  const Bytes candidate = made::Touch(TEMPLATE_NATIVE, 1, 2);
+  auto probe = std::make_unique<Bytes>(made::Touch(TEMPLATE_NATIVE, 1, 1));
+  ASSERT_EQ(Init(*probe), VXM_OK);
+  probe = std::make_unique<Bytes>(made::Touch(TEMPLATE_NATIVE, 1, 3));
+  EXPECT_EQ(IdentifyNext(matcher, candidate), match);
+  EXPECT_EQ(calls::Verify(matcher, *probe, candidate).status, VXM_OK);
+  std::fill(probe->begin(), probe->end(), uint8_t{127});
+  EXPECT_EQ(IdentifyNext(matcher, candidate), match);
+  probe.reset();
+  EXPECT_EQ(IdentifyNext(matcher, candidate), match);
 }
 
 // Candidates in a row, with the fast mode changed between them, are decided as
