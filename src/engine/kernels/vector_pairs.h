@@ -103,6 +103,7 @@ void FillPairTables(TemplateGeometry& geometry) {
   alignas(64) uint16_t ends[room];  // the second minutia in the upper byte
   const Ints ints;
   const hn::Repartition<uint16_t, Ints> words;
+  const hn::CappedTag<uint16_t, 16> few;  // rows are short
   for (int j = 1; j < geometry.count;) {
     const int place = PairPlace(0, j);
     int laid = 0;
@@ -112,13 +113,13 @@ void FillPairTables(TemplateGeometry& geometry) {
         hn::StoreU(hn::Sub(end, LoadPositions(ints, geometry.position + i)), WordsOf<Ints>(),
                    &apart[laid + i].x);
       }
-      const auto turn = hn::Set(words, geometry.turn[j]);
-      auto both = hn::Add(hn::Load(words, counting), hn::Set(words, static_cast<uint16_t>(j << 8)));
-      for (int i = 0; i < j; i += lanesOf<decltype(words)>) {
-        hn::StoreU(hn::LoadU(words, geometry.turn + i), words, firstTurn + laid + i);
-        hn::StoreU(turn, words, secondTurn + laid + i);
-        hn::StoreU(both, words, ends + laid + i);
-        both = hn::Add(both, hn::Set(words, lanesOf<decltype(words)>));
+      const auto turn = hn::Set(few, geometry.turn[j]);
+      auto both = hn::Add(hn::Load(few, counting), hn::Set(few, static_cast<uint16_t>(j << 8)));
+      for (int i = 0; i < j; i += lanesOf<decltype(few)>) {
+        hn::StoreU(hn::LoadU(few, geometry.turn + i), few, firstTurn + laid + i);
+        hn::StoreU(turn, few, secondTurn + laid + i);
+        hn::StoreU(both, few, ends + laid + i);
+        both = hn::Add(both, hn::Set(few, lanesOf<decltype(few)>));
       }
     }
     // What lies beyond the end is looked up too.
