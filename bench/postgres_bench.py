@@ -1,23 +1,28 @@
 #!/usr/bin/python3
 """What a row costs in PostgreSQL, beside the library called directly.
 
-    bench/postgres_bench.py [BUILD] [--fingers N] [--copies N] [--rounds N] [--rows-alone]
+    bench/postgres_bench.py [BUILD] [--fingers N] [--rounds N] [--only PART...]
 
 In a server of its own, with the extension of a build folder (default:
-build/release). Of each measurement the best round counts. What is done by one
-process is measured in the time that it was on a processor, which other work on the
-machine changes little; the parallel scans in time passed, so they want an idle
-machine.
+build/release). Times are those of the best round, what the server adds to the library's
+time is the median of the rounds. What is done by one process is measured in the time
+that it was on a processor, which other work on the machine changes little, and both on
+the same one; the parallel scans in time passed, so they want an idle machine. Every
+template is another finger: of copies, the processor would remember how their comparison
+went.
 """
 
 import argparse
+import contextlib
 import ctypes
+import os
 import subprocess
 import sys
 import tempfile
 import time
-from collections.abc import Callable
+from collections.abc import Callable, Iterator
 from pathlib import Path
+from statistics import median
 
 import psycopg
 
@@ -27,6 +32,7 @@ sys.path.insert(0, str(ROOT / "tests/support"))
 from private_cluster import Cluster, private_cluster, staged  # noqa: E402
 
 FORMATS = {"vxt": ("native", 2001), "iso": ("ISO", 2002), "ansi": ("ANSI", 2003)}
+PARTS = ("rows", "processes", "others")
 LEVEL = 7  # finds nothing, so that the library goes through all candidates
 FAST_MODE, SECURITY_LEVEL = 301, 302
 
@@ -77,12 +83,26 @@ class Library:
         return run
 
 
-def processor_time(pid: int | str) -> float:
-    return int(Path(f"/proc/{pid}/schedstat").read_text().split()[0]) * 1e-9
+def processor_time(server: int) -> float:
+    """Of this process and a server's, which waits: of a process that runs, schedstat may be
+    late by a tick of the kernel."""
+    waiting = int(Path(f"/proc/{server}/schedstat").read_text().split()[0]) * 1e-9
+    return time.process_time() + waiting
 
 
-def best_times(rounds: int, clock: Callable[[], float],
-               runs: dict[str, Callable[[], object]]) -> dict[str, float]:
+@contextlib.contextmanager
+def one_processor(server: int) -> Iterator[None]:
+    """This process and a server's; those of a virtual machine are not always alike."""
+    all_of_them = os.sched_getaffinity(0)
+    for pid in (0, server):
+        os.sched_setaffinity(pid, {max(all_of_them)})
+    yield
+    for pid in (0, server):
+        os.sched_setaffinity(pid, all_of_them)
+
+
+def all_times(rounds: int, clock: Callable[[], float],
+              runs: dict[str, Callable[[], object]]) -> dict[str, list[float]]:
     """Of all in turn, so that what disturbs one disturbs the others."""
     times: dict[str, list[float]] = {name: [] for name in runs}
     for _ in range(rounds):
@@ -90,7 +110,12 @@ def best_times(rounds: int, clock: Callable[[], float],
             begin = clock()
             run()
             times[name].append(clock() - begin)
-    return {name: min(measured) for name, measured in times.items()}
+    return times
+
+
+def best_times(rounds: int, clock: Callable[[], float],
+               runs: dict[str, Callable[[], object]]) -> dict[str, float]:
+    return {name: min(times) for name, times in all_times(rounds, clock, runs).items()}
 
 
 class Bench:
@@ -112,35 +137,44 @@ class Bench:
     def row_costs(self, table: str, kind: int, probe: bytes, templates: list[bytes]) -> None:
         """Of each kind of comparison beside the library's own."""
         server = self.session.info.backend_pid
-        library = self.library
+        library = {
+            "fast": self.library.search(kind, probe, templates, True),
+            "normal": self.library.search(kind, probe, templates, False),
+            "full": self.library.verify(kind, probe, templates, True)}
+        calls = self.library.verify(kind, probe, templates, False)
         queries = {
-            "search, fast": f"vxm_search(%(probe)b, id, template, {LEVEL}, false, true)",
-            "matches, fast": f"count(*) FILTER (WHERE vxm_matches(%(probe)b, template, {LEVEL}))",
-            "search, normal": f"vxm_search(%(probe)b, id, template, {LEVEL}, false, false)",
-            "matches, normal":
-                f"count(*) FILTER (WHERE vxm_matches(%(probe)b, template, {LEVEL}, fast => false))",
-            "best, full": "vxm_best(%(probe)b, id, template, 3)",
-            "matches_fully, full":
-                f"count(*) FILTER (WHERE vxm_matches_fully(%(probe)b, template, {LEVEL}))",
-            "score, full": "count(*) FILTER (WHERE vxm_score(%(probe)b, template) > 0.9)",
-            "search_report, fast": "vxm_search_report(%(probe)b, id, template, "
+            "vxm_search, fast": f"vxm_search(%(probe)b, id, template, {LEVEL}, false, true)",
+            "vxm_matches, fast": f"count(*) FILTER (WHERE vxm_matches(%(probe)b, template, {LEVEL}))",
+            "vxm_search_report, fast": "vxm_search_report(%(probe)b, id, template, "
                                    f"{LEVEL}, false, true)",
-            "valid,": "count(*) FILTER (WHERE NOT vxm_valid(template))",
-            "info,": "count(*) FILTER (WHERE (vxm_info(template)).minutiae < 0)",
-            "length,": "count(*) FILTER (WHERE length(template) < 0)"}
-        times = best_times(self.rounds, lambda: processor_time(server) + processor_time("self"), {
-            "fast": library.search(kind, probe, templates, True),
-            "normal": library.search(kind, probe, templates, False),
-            "full": library.verify(kind, probe, templates, True),
-            "calls": library.verify(kind, probe, templates, False),
-            **{name: self.query(f"SELECT {text} FROM {table}", probe)
-               for name, text in queries.items()}})
-        times["full"] -= times.pop("calls")
+            "vxm_search, normal": f"vxm_search(%(probe)b, id, template, {LEVEL}, false, false)",
+            "vxm_matches, normal":
+                f"count(*) FILTER (WHERE vxm_matches(%(probe)b, template, {LEVEL}, fast => false))",
+            "vxm_best, full": "vxm_best(%(probe)b, id, template, 3)",
+            "vxm_matches_fully, full":
+                f"count(*) FILTER (WHERE vxm_matches_fully(%(probe)b, template, {LEVEL}))",
+            "vxm_score, full": "count(*) FILTER (WHERE vxm_score(%(probe)b, template) > 0.9)",
+            "vxm_valid,": "count(*) FILTER (WHERE NOT vxm_valid(template))",
+            "vxm_info,": "count(*) FILTER (WHERE (vxm_info(template)).minutiae < 0)",
+            "length(template),": "count(*) FILTER (WHERE length(template) < 0)",
+            "count(*),": "count(*)"}
+        runs: dict[str, Callable[[], object]] = {}
+        for name, text in queries.items():
+            mode = name.partition(", ")[2]
+            if mode and mode not in runs:  # beside what it is compared with
+                runs[mode] = library[mode]
+            runs[name] = self.query(f"SELECT {text} FROM {table}", probe)
+        with one_processor(server):
+            times = all_times(self.rounds, lambda: processor_time(server), {**runs, "calls": calls})
+        times["full"] = [full - call for full, call in zip(times["full"], times.pop("calls"))]
         for name, seconds in times.items():
             function, _, mode = name.partition(", ")
-            over = f"{seconds / times[mode] - 1:+8.1%}" if mode else ""
-            label = f"vxm_{function.rstrip(',')}" if name in queries else f"library, {name}"
-            print(f"  {label:22}{mode:8}{seconds / len(templates) * 1e6:8.2f} us{over}")
+            label = function.rstrip(",") if name in queries else f"library, {name}"
+            print(f"  {label:22}{mode:8}{min(seconds) / len(templates) * 1e6:8.2f} us", end="")
+            if mode:
+                more = median(its / own for its, own in zip(seconds, times[mode])) - 1
+                print(f"{more:+8.1%}", end="")
+            print()
 
     def storage_costs(self, probe: bytes, templates: list[bytes]) -> None:
         """Of native templates that are longer than PostgreSQL leaves alone."""
@@ -165,7 +199,8 @@ class Bench:
             self.session.execute(f"DROP TABLE {table}")
 
     def speed_up(self, table: str, probe: bytes) -> None:
-        for function, settings in (("vxm_search", f"{LEVEL}, false, true"), ("vxm_best", "3")):
+        for function, settings, rounds in (("vxm_search", f"{LEVEL}, false, true", 10),
+                                           ("vxm_best", "3", 3)):
             text = f"SELECT {function}(%(probe)b, id, template, {settings}) FROM {table}"
 
             def with_workers(count: int, text: str = text) -> Callable[[], object]:
@@ -174,7 +209,7 @@ class Bench:
                     self.query(text, probe)()
                 return run
 
-            times = best_times(self.rounds * 3, time.perf_counter,
+            times = best_times(self.rounds * rounds, time.perf_counter,
                                {"1": with_workers(0), "2": with_workers(1)})
             print(f"  {function}: 1 process {times['1']:.3f} s, 2 processes {times['2']:.3f} s: "
                   f"{times['1'] / times['2']:.2f} x")
@@ -265,11 +300,11 @@ def first_use(cluster: Cluster, probe: bytes) -> None:
 def main() -> None:
     parser = argparse.ArgumentParser(description=__doc__.split("\n", 1)[0])
     parser.add_argument("build", nargs="?", type=Path, default=ROOT / "build/release")
-    parser.add_argument("--fingers", type=int, default=10000)
-    parser.add_argument("--copies", type=int, default=10, help="of each template in a table")
+    parser.add_argument("--fingers", type=int, default=100000, help="as many rows has a table")
     parser.add_argument("--rounds", type=int, default=5)
-    parser.add_argument("--rows-alone", action="store_true",
-                        help="no storage settings and other servers")
+    parser.add_argument("--only", choices=PARTS, nargs="+", default=PARTS,
+                        help="what a row costs, what two processes gain, storage settings and "
+                             "several servers")
     options = parser.parse_args()
     with tempfile.TemporaryDirectory() as name, \
             private_cluster(*staged(options.build), 3, shared_buffers="1GB", jit="off",
@@ -286,18 +321,18 @@ def main() -> None:
             bench = Bench(session, Library(options.build), options.rounds)
             for extension, (title, kind) in FORMATS.items():
                 files = sorted((folder / "gallery").glob(f"*.{extension}"))
-                # Copies, or the library would find in its cache what a server has not.
-                templates = [bytes(bytearray(file.read_bytes()))
-                             for _ in range(options.copies) for file in files]
+                templates = [file.read_bytes() for file in files]
                 probe = next((folder / "probes").glob(f"*.{extension}")).read_bytes()
                 mean = sum(map(len, templates)) // len(templates)
                 print(f"{title}, {len(templates)} templates of {mean} bytes on average")
                 bench.fill(extension, templates, f"ALTER TABLE {extension} SET (parallel_workers = 1)")
-                bench.row_costs(extension, kind, probe, templates)
-                bench.speed_up(extension, probe)
+                if "rows" in options.only:
+                    bench.row_costs(extension, kind, probe, templates)
+                if "processes" in options.only:
+                    bench.speed_up(extension, probe)
                 session.execute(f"DROP TABLE {extension}")
-                if extension == "vxt" and not options.rows_alone:
-                    bench.storage_costs(probe, templates[:options.fingers])
+                if extension == "vxt" and "others" in options.only:
+                    bench.storage_costs(probe, templates[:10000])
                     bench.two_servers(cluster, probe, templates)
                     first_use(cluster, probe)
 

@@ -4,6 +4,7 @@
 
 #include <funcapi.h>
 #include <libpq/pqformat.h>
+#include <nodes/primnodes.h>
 #include <utils/builtins.h>
 #include <utils/typcache.h>
 
@@ -13,6 +14,21 @@ MemoryContext ContextOfAggregate(FunctionCallInfo fcinfo) {
     elog(ERROR, "a step of an aggregate was called on its own");
   }
   return context;
+}
+
+/* Of an argument of the step; the aggregate itself has not the first, the state. */
+static bool IsConstant(const Aggref* aggregate, int number) {
+  const TargetEntry* argument = list_nth(aggregate->args, number - 1);
+  return IsA(argument->expr, Const) || IsA(argument->expr, Param);
+}
+
+bool AskTheSame(FunctionCallInfo fcinfo) {
+  const Aggref* aggregate = AggGetAggref(fcinfo);
+  if (aggregate == NULL || !IsConstant(aggregate, 1)) return false;
+  for (int i = 4; i < PG_NARGS(); ++i) {
+    if (!IsConstant(aggregate, i)) return false;
+  }
+  return true;
 }
 
 void AddCounts(RowCounts* counts, const RowCounts* other) {

@@ -17,6 +17,10 @@ typedef struct RowCounts {
 /* Of the state; an error outside an aggregate. */
 extern MemoryContext ContextOfAggregate(FunctionCallInfo fcinfo);
 
+/* Whether all rows ask for the same: of the arguments (state, probe, id, candidate, ...)
+   the probe and those after the candidate are constants or parameters of the query. */
+extern bool AskTheSame(FunctionCallInfo fcinfo);
+
 extern void AddCounts(RowCounts* counts, const RowCounts* other);
 extern void SendCounts(StringInfo message, const RowCounts* counts);
 extern RowCounts ReceiveCounts(StringInfo message);

@@ -16,7 +16,6 @@
 #include <miscadmin.h>
 #include <utils/array.h>
 #include <utils/builtins.h>
-#include <utils/memutils.h>
 
 #include "aggregate_state.h"
 #include "search_probe.h"
@@ -29,8 +28,10 @@ PG_FUNCTION_INFO_V1(vxm_search_deserialize);
 PG_FUNCTION_INFO_V1(vxm_search_result);
 PG_FUNCTION_INFO_V1(vxm_search_report_result);
 
-/* Enough to make the probe's share small. */
-#define BATCH_SIZE 128
+/* Candidates of a batch at most, and bytes of their templates and ids: enough to make the
+   probe's share small, no more than a processor's cache holds. */
+#define BATCH_SIZE 256
+#define BATCH_ROOM 196608
 
 /* In milliseconds: what a cancelled query waits for, beside one comparison. Batches
    take less than one. */
@@ -38,8 +39,11 @@ PG_FUNCTION_INFO_V1(vxm_search_report_result);
 
 typedef struct BatchSearch {
   Search search;
-  MemoryContext context;      /* of this and of all that lasts */
-  MemoryContext batchContext; /* of the candidates gathered */
+  bool settled;          /* all rows ask for the same */
+  MemoryContext context; /* of this and of all that it leads to */
+  char* bytes;           /* of the candidates gathered; null before the first */
+  Size room;
+  Size used;
   int count;
   text* ids[BATCH_SIZE];
   const unsigned char* templates[BATCH_SIZE];
@@ -51,9 +55,6 @@ typedef struct BatchSearch {
 static BatchSearch* NewBatchSearch(MemoryContext context) {
   BatchSearch* batch = MemoryContextAllocZero(context, sizeof *batch);
   batch->context = context;
-  /* Its first block, which a reset leaves, has room for most batches. */
-  batch->batchContext =
-      AllocSetContextCreate(context, "vxm_search batch", 0, 131072, ALLOCSET_DEFAULT_MAXSIZE);
   return batch;
 }
 
@@ -91,34 +92,52 @@ static void SearchBatch(BatchSearch* batch) {
     }
   }
   batch->count = 0;
-  MemoryContextReset(batch->batchContext);
+  batch->used = 0;
+}
+
+/* Empties the batch, and makes it larger where a single id asks for that. */
+static void MakeRoom(BatchSearch* batch, Size size) {
+  SearchBatch(batch);
+  if (size <= batch->room) return;
+  if (batch->bytes != NULL) pfree(batch->bytes);
+  batch->room = Max(size, BATCH_ROOM);
+  batch->bytes = MemoryContextAllocHuge(batch->context, batch->room);
 }
 
 static void Gather(BatchSearch* batch, const text* id, const Template* candidate) {
   const Size idSize = VARSIZE_ANY(id);
-  char* copy = MemoryContextAlloc(batch->batchContext, idSize + (Size)candidate->size);
+  const Size size = MAXALIGN(idSize + (Size)candidate->size);
+  char* copy;
+  if (size > batch->room - batch->used) MakeRoom(batch, size);
+  copy = batch->bytes + batch->used;
+  batch->used += size;
   batch->ids[batch->count] = memcpy(copy, id, idSize);
   batch->templates[batch->count] = memcpy(copy + idSize, candidate->bytes, (Size)candidate->size);
   batch->sizes[batch->count] = candidate->size;
   if (++batch->count == BATCH_SIZE) SearchBatch(batch);
 }
 
+/* Begins the search that a row asks for, if it is another. */
+static void Settle(BatchSearch* batch, FunctionCallInfo fcinfo) {
+  const struct varlena* probe = ProbeArgument(fcinfo, 1);
+  Settings settings = defaultSettings;
+  if (PG_NARGS() > 4) settings = SettingsFromArguments(fcinfo, 4, true);
+  if (!IsOfSearch(&batch->search, probe, &settings)) {
+    SearchBatch(batch);
+    BeginSearch(&batch->search, batch->context, probe, &settings);
+  }
+  batch->settled = AskTheSame(fcinfo);
+}
+
 /* (state, probe, id, candidate [, level, retry_turned, fast]). The library passes over
    invalid candidates, so to count those each has to be checked before. */
 static Datum Step(FunctionCallInfo fcinfo, bool checkRows) {
-  MemoryContext context = ContextOfAggregate(fcinfo);
   BatchSearch* batch = StateArgument(fcinfo, 0);
-  const struct varlena* probe = ProbeArgument(fcinfo, 1);
-  Settings settings = defaultSettings;
   Template candidate;
-  if (PG_NARGS() > 4) settings = SettingsFromArguments(fcinfo, 4, true);
-  if (batch == NULL) batch = NewBatchSearch(context);
-  if (!IsOfSearch(&batch->search, probe, &settings)) {
-    SearchBatch(batch);
-    BeginSearch(&batch->search, context, probe, &settings);
-  }
+  if (batch == NULL) batch = NewBatchSearch(ContextOfAggregate(fcinfo));
+  if (!batch->settled) Settle(batch, fcinfo);
   if (PG_ARGISNULL(2) || PG_ARGISNULL(3)) PG_RETURN_POINTER(batch);
-  candidate = TemplateFromDatum(PG_GETARG_DATUM(3));
+  candidate = CandidateFromDatum(PG_GETARG_DATUM(3));
   if (candidate.type == 0 || (checkRows && !IsValid(&candidate))) {
     ++batch->counts.faulty;
   } else if (candidate.type != batch->search.probe.type) {

@@ -130,7 +130,7 @@ Datum vxm_best_step(PG_FUNCTION_ARGS) {
   }
   CHECK_FOR_INTERRUPTS();
   if (PG_ARGISNULL(2) || PG_ARGISNULL(3)) PG_RETURN_POINTER(search);
-  candidate = TemplateFromDatum(PG_GETARG_DATUM(3));
+  candidate = CandidateFromDatum(PG_GETARG_DATUM(3));
   if (candidate.type != 0 && candidate.type != search->search.probe.type) {
     ++search->counts.otherFormat;
   } else if (candidate.type == 0 ||

@@ -28,7 +28,7 @@ Datum vxm_matches(PG_FUNCTION_ARGS) {
   Template candidate;
   CHECK_FOR_INTERRUPTS();
   if (PG_ARGISNULL(1)) PG_RETURN_NULL();
-  candidate = TemplateFromDatum(PG_GETARG_DATUM(1));
+  candidate = CandidateFromDatum(PG_GETARG_DATUM(1));
   PG_RETURN_BOOL(candidate.type == search->probe.type && Matches(search, &candidate));
 }
 
@@ -40,7 +40,7 @@ Datum vxm_matches_fully(PG_FUNCTION_ARGS) {
   int verified;
   CHECK_FOR_INTERRUPTS();
   if (PG_ARGISNULL(1)) PG_RETURN_NULL();
-  candidate = TemplateFromDatum(PG_GETARG_DATUM(1));
+  candidate = CandidateFromDatum(PG_GETARG_DATUM(1));
   PG_RETURN_BOOL(candidate.type == search->probe.type &&
                  Verify(search, &candidate, &score, &verified) && verified != 0);
 }

@@ -8,6 +8,9 @@
 #include <access/detoast.h>
 #include <vxmkit.h>
 
+#define LINE 64       /* of the cache, in bytes */
+#define ROW_HEADER 64 /* what a row has before its template, in a gallery with short ids */
+
 /* Bytes beyond the end read as 0. */
 static int ByteAt(const Template* source, int offset) {
   return offset < source->size ? source->bytes[offset] : 0;
@@ -31,14 +34,28 @@ static int TypeOf(const Template* source) {
 }
 
 Template TemplateFromDatum(Datum datum) {
-  const Size size = toast_raw_datum_size(datum) - VARHDRSZ;
+  const struct varlena* value = (const struct varlena*)DatumGetPointer(datum);
+  const bool stored = VARATT_IS_EXTERNAL(value) || VARATT_IS_COMPRESSED(value);
+  const Size size = stored ? toast_raw_datum_size(datum) - VARHDRSZ : VARSIZE_ANY_EXHDR(value);
   Template result = {NULL, (int)size, 0};
   if (size >= MIN_TEMPLATE_SIZE && size <= MAX_TEMPLATE_SIZE) {
-    const struct varlena* value = PG_DETOAST_DATUM_PACKED(datum);
+    if (stored) value = PG_DETOAST_DATUM_PACKED(datum);
     result.bytes = (const unsigned char*)VARDATA_ANY(value);
     result.type = TypeOf(&result);
   }
   return result;
+}
+
+/* Asks for the bytes of the next row, so that they are in the cache when it comes. A page of
+   a table is filled from its end, so that they lie before those of this row; where a
+   template comes from elsewhere, this does nothing. */
+Template CandidateFromDatum(Datum datum) {
+  const Template candidate = TemplateFromDatum(datum);
+  if (candidate.bytes != NULL) {
+    const int rowSize = Min(candidate.size + ROW_HEADER, BLCKSZ);
+    for (int i = LINE; i < rowSize; i += LINE) __builtin_prefetch(candidate.bytes - i);
+  }
+  return candidate;
 }
 
 void RefuseNull(FunctionCallInfo fcinfo, int number, const char* name) {

@@ -27,6 +27,9 @@ typedef struct Template {
 /* The template in an argument of a function, detoasted if it has to be. */
 extern Template TemplateFromDatum(Datum datum);
 
+/* The same of a candidate in a row of many. */
+extern Template CandidateFromDatum(Datum datum);
+
 /* Whether it is a standard record, of whatever version. */
 extern bool BeginsAsRecord(const Template* source);
 
