@@ -169,10 +169,15 @@ void RegisterBenchmarks(const Material& material, const Source& source) {
   verify("genuine", GenuinePairs(material));
   verify("impostor", ImpostorPairs(material));
 
-  static const std::vector<Touch> crowded[] = {CrowdedTouches(true), CrowdedTouches(false)};
-  if (material.type == TEMPLATE_NATIVE) {
-    verify("crowded", {{&crowded[0][0], &crowded[0][1]}});
-    verify("crowded_beyond_360", {{&crowded[1][0], &crowded[1][1]}});
+  static const struct {
+    const char* kind;
+    std::vector<Touch> touches;
+  } crowds[] = {{"crowded", CrowdedTouches(Crowd::line)},
+                {"crowded_in_two_points", CrowdedTouches(Crowd::twoPoints)},
+                {"crowded_beyond_360", CrowdedTouches(Crowd::heapBeyond360)},
+                {"crowded_in_two_points_beyond_360", CrowdedTouches(Crowd::twoPointsBeyond360)}};
+  for (const auto& [kind, touches] : crowds) {
+    if (material.type == TEMPLATE_NATIVE) verify(kind, {{touches.data(), &touches[1]}});
   }
 
   const auto identify = [&](const std::string& kind, size_t mostCandidates, int fastMode) {

@@ -75,34 +75,46 @@ std::vector<Material> Gather(const Source& source) {
                                : ReadTouches(source.folder);
 }
 
-std::vector<Touch> CrowdedTouches(bool plainAngles) {
+std::vector<Touch> CrowdedTouches(Crowd crowd) {
   constexpr int count = 200;
   constexpr int gridBlocks = 20;
-  // Plain ones on a line of 60 pixels: all pairs lie in two directions and agree. The others
-  // in a square of 40: there every pair costs the most.
-  const int width = plainAngles ? 60 : 40;
-  const int height = plainAngles ? 1 : 40;
-  const int angles = plainAngles ? 1 : 30;
-  const uint64_t leastAngle = plainAngles ? 30 : 350;
+  struct Kind {
+    int width, height, step;  // pixels
+    uint64_t leastAngle;
+    int angles, types;
+    int lessQuality;  // of the second
+  };
+  // In two points qualities and types make all scores so low that no alignment ends the
+  // search.
+  constexpr Kind kinds[] = {{60, 1, 1, 30, 1, 1, 0},
+                            {40, 1, 20, 143, 1, 2, 20},
+                            {40, 40, 1, 350, 30, 1, 0},
+                            {40, 1, 20, 361, 1, 2, 20}};
+  const Kind& kind = kinds[static_cast<int>(crowd)];
   std::mt19937 random(1);
   const auto below = [&](int limit) {
-    return static_cast<int>(random() % static_cast<unsigned>(limit));
+    return static_cast<uint64_t>(random() % static_cast<unsigned>(limit));
   };
   std::vector<Touch> touches;
+  int quality = 60;
   for (const char* name : {"1", "2"}) {
     std::vector<uint8_t> bytes = {8 << 3 | 5, count, 0x80 | gridBlocks, gridBlocks, 50, 0,
                                   'V',        'X'};
+    const auto step = static_cast<uint64_t>(kind.step);
     for (int i = 0; i < count; ++i) {
-      const auto x = 100 + static_cast<uint64_t>(below(width));
-      const auto y = 100 + static_cast<uint64_t>(below(height));
-      const auto angle = leastAngle + static_cast<uint64_t>(below(angles));
-      const uint64_t record = x << 30 | y << 20 | uint64_t{1} << 16 | angle << 7 | 60;
+      const uint64_t x = 100 + below(kind.width) / step * step;
+      const uint64_t y = 100 + below(kind.height) / step * step;
+      const uint64_t angle = kind.leastAngle + below(kind.angles);
+      const auto type = static_cast<uint64_t>(1 - i % kind.types);
+      const uint64_t record =
+          x << 30 | y << 20 | type << 16 | angle << 7 | static_cast<uint64_t>(quality);
       for (int shift = 32; shift >= 0; shift -= 8) {
         bytes.push_back(static_cast<uint8_t>(record >> shift));
       }
     }
     bytes.insert(bytes.end(), gridBlocks * gridBlocks, 30);
     touches.push_back({name, bytes});
+    quality -= kind.lessQuality;
   }
   return touches;
 }

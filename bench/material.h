@@ -53,9 +53,12 @@ Pairs GenuinePairs(const Material& material);
 Pairs ImpostorPairs(const Material& material);
 
 // Native templates of 200 minutiae crowded together and turned much alike, of which
-// comparisons take longer than of any others that we found. With angles above 360 degrees
-// among them only the portable loops take them.
-std::vector<Touch> CrowdedTouches(bool plainAngles);
+// comparisons take longer than of any others that we found: on a line, where nearly all
+// pairs agree; in two points, where nearly all alignments pair nearly all minutiae; and so
+// in a heap and in two points with angles above 360 degrees, which only the portable loops
+// take.
+enum class Crowd { line, twoPoints, heapBeyond360, twoPointsBeyond360 };
+std::vector<Touch> CrowdedTouches(Crowd crowd);
 
 // What each benchmark program defines: it registers its benchmarks of one format.
 // Material and source outlive them.

@@ -20,15 +20,16 @@ struct Attempt {
   uint8_t mates[maxMinutiae][2];  // probe and reference minutiae that are paired
 };
 
-// What an attempt knows of the first seed's other attempts: for each probe minutia the
-// last reference minutia that was asked about, whether it fits beside the seed, and
-// how many pairings were needed last.
+// What an attempt knows of the first seed's other attempts: of which correspondences it was
+// asked whether they fit beside the seed, with the answers, and how many pairings were
+// needed last.
 struct FitMemory {
   Correspondence seed;
   int needed;
   bool blank;  // nothing was asked yet
-  int16_t asked[maxMinutiae];
-  bool fits[maxMinutiae];
+  // Bits of reference minutiae for each probe minutia.
+  uint64_t fit[MinutiaBits::maxWords][maxMinutiae];
+  uint64_t unfit[MinutiaBits::maxWords][maxMinutiae];
 };
 
 // What an attempt has to beat: a raw score, where one pairing weighs this at the most.
