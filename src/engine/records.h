@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "engine/agreement_masks.h"
 #include "engine/block_map.h"
 #include "engine/minutia_bits.h"
 #include "engine/workspace.h"
@@ -101,7 +102,7 @@ struct PairList {
   int longest;    // of all, in pixels
   int mostAlike;  // pairs of a length within the widest tolerance of another, at most
   uint16_t startAt[maxDistance + vectorPadding];
-  MinutiaPair pairs[maxPairs];
+  MinutiaPair pairs[maxPairs + vectorPadding];
   CoarseAngles coarse;
 };
 
@@ -153,7 +154,10 @@ struct Kernels;
 
 // What every comparison makes anew.
 struct Scratch {
-  alignas(64) MinutiaPair pairs[maxPairs + vectorPadding] = {};
+  union {
+    alignas(64) MinutiaPair pairs[maxPairs + vectorPadding] = {};
+    AgreementMasks masks;  // of crowded voting, which no longer needs the pairs
+  };
   TemplateGeometry referenceGeometry{pairs};
   alignas(64) uint16_t votes[maxMinutiae * maxMinutiae + vectorPadding] = {};
 };
@@ -162,13 +166,17 @@ struct EngineContext {
   explicit EngineContext(Scratch& scratch)
       : probeGeometry(scratch.pairs),
         referenceGeometry(scratch.referenceGeometry),
+        masks(scratch.masks),
         votes(scratch.votes) {}
 
   Scale scale = Scale::native;
   const Kernels* kernels = nullptr;  // the form of the inner loops that these templates can take
   TemplateGeometry probeGeometry;
   TemplateGeometry& referenceGeometry;
+  AgreementMasks& masks;
   PairList probePairs = {};
+  // How many pairs of pairs voting may still compare one by one; below 0 it gives up.
+  int votingBudget = 0;
   // [reference * probe count + probe]; at most 199 * 199, which fits.
   uint16_t* const votes;
   SeedRecord seeds[maxRow] = {};  // by votes, most first
@@ -176,6 +184,8 @@ struct EngineContext {
   BlockMap referenceBlocks = {};  // where the reference's minutiae are, during the search
   NearList near = {};
 };
+
+static_assert(sizeof(AgreementMasks) <= sizeof(MinutiaPair) * (maxPairs + vectorPadding));
 
 // A context with scratch memory of its own.
 struct OwnContext {

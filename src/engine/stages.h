@@ -25,6 +25,9 @@ void PrepareProbe(EngineContext& context, const MatchWorkspace& workspace);
 
 void VotePairs(EngineContext& context, const MatchLimits& limits);
 
+// Counts the same votes as the loop castVotes, however many pairs agree in the same time.
+void CastCrowdedVotes(EngineContext& context, int votingLength, const MatchLimits& limits);
+
 // With a needed sum, no alignment is found where the scores of the two passes cannot add
 // up to it.
 void SearchAlignment(EngineContext& context, MatchResult& result, int neededSum);

@@ -41,8 +41,8 @@ struct Kernels {
   // Counts the pairs that are long enough to tell a direction, up to a length.
   LengthCount (*countPairs)(const TemplateGeometry& geometry, int length);
 
-  // Counts the votes of all reference pairs and the probe pairs up to a length.
-  void (*castVotes)(EngineContext& context, int votingLength, const MatchLimits& limits);
+  // Counts votes, of the probe's pairs up to a length; false if it gave up (votingBudget).
+  bool (*castVotes)(EngineContext& context, int votingLength, const MatchLimits& limits);
 
   // Makes the seeds: each probe minutia with its best-voted mate, the lowest of
   // several, ordered by votes, most first, then by index.

@@ -53,7 +53,7 @@ bool MayPair(const EngineContext& context, Correspondence c, int rotation) {
 }
 
 // Asks of two pairs what LinesAgree does, but only once what the reference's alone tells.
-void CastVotes(EngineContext& context, int votingLength, const MatchLimits& limits) {
+bool CastVotes(EngineContext& context, int votingLength, const MatchLimits& limits) {
   const TemplateGeometry& probe = context.probeGeometry;
   const TemplateGeometry& reference = context.referenceGeometry;
   const PairList& pairs = context.probePairs;
@@ -67,7 +67,9 @@ void CastVotes(EngineContext& context, int votingLength, const MatchLimits& limi
       const int line = reference.lineAngle[PairPlace(i, j)];
       const int relative = RelativeAngle(reference, i, j);
       const int end = PairsUpTo(pairs, std::min(length + limits.distanceTolerance, votingLength));
-      for (int p = PairsUpTo(pairs, length - limits.distanceTolerance - 1); p < end; p++) {
+      int p = PairsUpTo(pairs, length - limits.distanceTolerance - 1);
+      if ((context.votingBudget -= std::max(end - p, 0)) < 0) return false;
+      for (; p < end; p++) {
         const MinutiaPair& pair = pairs.pairs[p];
         const int turn = AngleBetween(line, pair.line / turnScale);
         if (!WithinTolerance(turn, EngineParams::lineTolerance)) continue;
@@ -85,6 +87,7 @@ void CastVotes(EngineContext& context, int votingLength, const MatchLimits& limi
       }
     }
   }
+  return true;
 }
 
 void RankSeeds(EngineContext& context) {

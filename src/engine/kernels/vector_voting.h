@@ -52,9 +52,9 @@ inline bool PairsAgree(const MinutiaPair& mate, const MinutiaPair& pair, hn::Vec
   return hn::GetLane(hn::BitCast(hn::Full64<uint64_t>(), beyond)) == 0;
 }
 
-// Votes for the listed pairs that do agree, of which the qualities are tested here.
+// Votes for the listed pairs that do agree in quality, too; false when the budget is spent.
 template <Scale scale>
-void CountAgreeing(EngineContext& context, AgreeingList& list, int count, int tolerance) {
+bool CountAgreeing(EngineContext& context, AgreeingList& list, int count, int tolerance) {
   const TemplateGeometry& reference = context.referenceGeometry;
   const int probeCount = context.probeGeometry.count;
   const uint8_t* probeQuality = context.probeGeometry.workspace->quality;
@@ -63,7 +63,7 @@ void CountAgreeing(EngineContext& context, AgreeingList& list, int count, int to
   const auto dirReach = static_cast<uint16_t>(ScaledReach(tolerance));
   alignas(8) const uint16_t reaches[] = {lineReach, dirReach, dirReach, dirReach};
   const auto reach = hn::Load(Turns(), reaches);
-  while (count != 0) {
+  while (count != 0 && (context.votingBudget -= count) >= 0) {
     int left = 0;
     for (int k = 0; k < count; k++) {
       const uint64_t bits = list.bits[k];
@@ -88,6 +88,7 @@ void CountAgreeing(EngineContext& context, AgreeingList& list, int count, int to
     }
     count = left;
   }
+  return context.votingBudget >= 0;
 }
 
 LengthCount CountPairs(const TemplateGeometry& geometry, int length) {
@@ -194,7 +195,7 @@ inline int ListVoting(const uint16_t* distances, int first, int last, int longes
 // more than these can be of similar length, `barred` when only some are short enough to
 // vote; those are listed first.
 template <int most, bool wide, bool barred>
-void CastVotesOf(EngineContext& context, int votingLength, const MatchLimits& limits) {
+bool CastVotesOf(EngineContext& context, int votingLength, const MatchLimits& limits) {
   const TemplateGeometry& reference = context.referenceGeometry;
   const CoarseAngles& probeAngles = context.probePairs.coarse;
   const uint16_t* const startAt = context.probePairs.startAt;
@@ -237,30 +238,30 @@ void CastVotesOf(EngineContext& context, int votingLength, const MatchLimits& li
         }
       }
       if (listed < AgreeingList::full) continue;
-      countAgreeing(context, list, listed, limits.angleTolerance);
+      if (!countAgreeing(context, list, listed, limits.angleTolerance)) return false;
       listed = 0;
     }
   }
-  countAgreeing(context, list, listed, limits.angleTolerance);
+  return countAgreeing(context, list, listed, limits.angleTolerance);
 }
 
 template <bool barred>
-void CastVotesUpTo(EngineContext& context, int votingLength, const MatchLimits& limits) {
+bool CastVotesUpTo(EngineContext& context, int votingLength, const MatchLimits& limits) {
   const int most = context.probePairs.mostAlike;
   const auto cast = most <= 31   ? CastVotesOf<32, false, barred>
                     : most <= 63 ? CastVotesOf<64, false, barred>
                                  : CastVotesOf<64, true, barred>;
-  cast(context, votingLength, limits);
+  return cast(context, votingLength, limits);
 }
 
-void CastVotes(EngineContext& context, int votingLength, const MatchLimits& limits) {
+bool CastVotes(EngineContext& context, int votingLength, const MatchLimits& limits) {
   const hn::Repartition<uint16_t, Ints> words;
   const int votes = context.probeGeometry.count * context.referenceGeometry.count;
   for (int k = 0; k < votes; k += lanesOf<decltype(words)>) {
     hn::Store(hn::Zero(words), words, context.votes + k);
   }
   const bool barred = votingLength < context.probePairs.longest;
-  (barred ? CastVotesUpTo<true> : CastVotesUpTo<false>)(context, votingLength, limits);
+  return (barred ? CastVotesUpTo<true> : CastVotesUpTo<false>)(context, votingLength, limits);
 }
 
 // How many of the keys are smaller than each of those from `own` on.
