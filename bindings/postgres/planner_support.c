@@ -27,7 +27,7 @@ typedef struct ComparisonTime {
 
 static const ComparisonTime fastTime = {2, 4};
 static const ComparisonTime normalTime = {6, 8};
-static const ComparisonTime fullTime = {10, 12};
+static const ComparisonTime fullTime = {12, 14};
 
 /* A plain scan takes 0.03 microseconds for each cpu_operator_cost (see the SQL). */
 #define TIME_OF_OPERATOR 0.03
