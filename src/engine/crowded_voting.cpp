@@ -43,19 +43,27 @@ PairBits operator^(const PairBits& a, const PairBits& b) {
 // ---- The tables. A bit is changed where its pair begins to agree and behind where it
 // ends; the running sum then tells which agree with each value.
 
-template <typename Table>
-void Mark(Table& table, int pair, int from, int to) {
-  from = std::max(from, Table::least);
-  to = std::min(to, Table::most);
+// A table to be filled: entries for the values from `least` to `most`, and one behind.
+struct Marks {
+  PairBits* bits;
+  int least;
+  int most;
+
+  template <typename Table>
+  Marks(Table& table) : bits(table.bits), least(table.least), most(table.most) {}
+};
+
+void Mark(const Marks& table, int pair, int from, int to) {
+  from = std::max(from, table.least);
+  to = std::min(to, table.most);
   if (from > to) return;
   const uint64_t bit = uint64_t{1} << (pair % 64);
-  table.bits[from - Table::least].word[pair / 64] ^= bit;
-  table.bits[to + 1 - Table::least].word[pair / 64] ^= bit;
+  table.bits[from - table.least].word[pair / 64] ^= bit;
+  table.bits[to + 1 - table.least].word[pair / 64] ^= bit;
 }
 
 // All values within the tolerance of an angle, or full turns from there.
-template <typename Table>
-void MarkAround(Table& table, int pair, int angle, int tolerance) {
+void MarkAround(const Marks& table, int pair, int angle, int tolerance) {
   for (int centre = angle - 720; centre <= angle + 720; centre += 360) {
     Mark(table, pair, centre - tolerance, centre + tolerance);
   }
@@ -63,8 +71,7 @@ void MarkAround(Table& table, int pair, int angle, int tolerance) {
 
 // All relative angles that agree by the definition, which takes differences as they are
 // and those below 0 modulo 65536: far from all others, and so in agreement with them.
-void MarkRelative(AgreementMasks& masks, int pair, int angle, int tolerance) {
-  auto& table = masks.relative;
+void MarkRelative(const Marks& table, int pair, int angle, int tolerance) {
   if (angle < 0) {
     Mark(table, pair, angle - tolerance, std::min(angle + tolerance, -1));
     Mark(table, pair, 0, table.most);
@@ -76,10 +83,10 @@ void MarkRelative(AgreementMasks& masks, int pair, int angle, int tolerance) {
   }
 }
 
-template <typename Table>
-void SumUp(Table& table) {
-  PairBits sum = {};
-  for (PairBits& bits : table.bits) bits = sum = sum ^ bits;
+void SumUp(const Marks& table) {
+  for (int k = 1; k <= table.most - table.least + 1; k++) {
+    table.bits[k] = table.bits[k] ^ table.bits[k - 1];
+  }
 }
 
 template <typename Table>
@@ -119,7 +126,8 @@ void FillMasks(const EngineContext& context, const Block& block, const MatchLimi
     const int line = probe.lineAngle[place];
     Mark(masks.length, k, length - limits.distanceTolerance, length + limits.distanceTolerance);
     MarkAround(masks.line, k, line, EngineParams::lineTolerance);
-    MarkRelative(masks, k, AngleBetween(probe.dir[pair.second], probe.dir[pair.first]), tolerance);
+    MarkRelative(masks.relative, k, AngleBetween(probe.dir[pair.second], probe.dir[pair.first]),
+                 tolerance);
     Mark(masks.lineUpTo, k, line, 360);
     for (int end = 0; end < 2; end++) {
       const int minutia = end == 0 ? pair.first : pair.second;
@@ -156,18 +164,18 @@ void FillMasks(const EngineContext& context, const Block& block, const MatchLimi
 // a full turn; then r - t can be more than the tolerance above 360, and agrees: where the
 // difference of the two is, if the line has not been brought up either (dirBeyond,
 // lineUpTo), or else where it is so by one turn more (FillMasks).
-template <bool plain>
-inline PairBits DirectionsAgree(const AgreementMasks& masks, int end, int dir, int line) {
+inline PairBits DirectionsAgree(const AgreementMasks& masks, bool plain, int end, int dir,
+                                int line) {
   const PairBits& alike = At(masks.dir[end], dir - line);
-  if constexpr (plain) return alike;
+  if (plain) return alike;
   const PairBits& beyond = At(masks.dirBeyond[end], std::max(dir - line, AgreementMasks::leastDir));
   return alike | At(masks.dirBelow[end], std::min(dir, 0)) | (beyond & At(masks.lineUpTo, line));
 }
 
 // The pairs that agree with that of two minutiae of the reference, i < j. That the rotations
 // are within the gate of the weights follows.
-template <bool plain>
-inline PairBits AgreeingPairs(const EngineContext& context, int shortest, int i, int j) {
+inline PairBits AgreeingPairs(const EngineContext& context, bool plain, int shortest, int i,
+                              int j) {
   const AgreementMasks& masks = context.masks;
   const TemplateGeometry& reference = context.referenceGeometry;
   const uint8_t* const quality = reference.workspace->quality;
@@ -175,8 +183,8 @@ inline PairBits AgreeingPairs(const EngineContext& context, int shortest, int i,
   const int line = reference.lineAngle[place];
   return At(masks.length, reference.distance[place] - shortest) & At(masks.line, line) &
          At(masks.relative, AngleBetween(reference.dir[j], reference.dir[i])) &
-         DirectionsAgree<plain>(masks, 0, reference.dir[i], line) &
-         DirectionsAgree<plain>(masks, 1, reference.dir[j], line) &
+         DirectionsAgree(masks, plain, 0, reference.dir[i], line) &
+         DirectionsAgree(masks, plain, 1, reference.dir[j], line) &
          At(masks.quality[0], quality[i]) & At(masks.quality[1], quality[j]);
 }
 
@@ -219,8 +227,7 @@ uint64_t NumbersOf(uint64_t x) {
 }
 
 // Votes for a minutia of the reference, as the first or the second of its pairs.
-template <int end, bool plain>
-void VoteFor(EngineContext& context, const Block& block, int minutia, int tolerance) {
+void VoteFor(EngineContext& context, const Block& block, int end, int minutia, int tolerance) {
   const TemplateGeometry& reference = context.referenceGeometry;
   const int shortest = std::max(block.shortest - tolerance, EngineParams::minPairDistance + 1);
   const auto lengths = static_cast<unsigned>(block.longest + tolerance - shortest);
@@ -235,11 +242,12 @@ void VoteFor(EngineContext& context, const Block& block, int minutia, int tolera
   }
   if (listed == 0) return;
 
+  const bool plain = HasPlainAngles(context);
   PairBits agreeing[maxMinutiae + 8];
   for (int k = 0; k < listed; k++) {
     const int other = others[k];
-    agreeing[k] = AgreeingPairs<plain>(context, block.shortest, end == 0 ? minutia : other,
-                                       end == 0 ? other : minutia);
+    agreeing[k] = AgreeingPairs(context, plain, block.shortest, end == 0 ? minutia : other,
+                                end == 0 ? other : minutia);
   }
   std::fill_n(agreeing + listed, 8, PairBits{});
   BitCounts counts = {};
@@ -269,25 +277,19 @@ void VoteFor(EngineContext& context, const Block& block, int minutia, int tolera
   }
 }
 
-template <bool plain>
-void VoteForAll(EngineContext& context, const Block& block, int tolerance) {
-  for (int minutia = 0; minutia < context.referenceGeometry.count; minutia++) {
-    VoteFor<0, plain>(context, block, minutia, tolerance);
-    VoteFor<1, plain>(context, block, minutia, tolerance);
-  }
-}
-
 }  // namespace
 
 void CastCrowdedVotes(EngineContext& context, int votingLength, const MatchLimits& limits) {
   std::fill_n(context.votes, context.probeGeometry.count * context.referenceGeometry.count,
               uint16_t{0});
-  const auto voteForAll = HasPlainAngles(context) ? VoteForAll<true> : VoteForAll<false>;
   const int end = PairsUpTo(context.probePairs, votingLength);
   for (int start = 0; start < end;) {
     const Block block = BlockFrom(context, start, end);
     FillMasks(context, block, limits);
-    voteForAll(context, block, limits.distanceTolerance);
+    for (int minutia = 0; minutia < context.referenceGeometry.count; minutia++) {
+      VoteFor(context, block, 0, minutia, limits.distanceTolerance);
+      VoteFor(context, block, 1, minutia, limits.distanceTolerance);
+    }
     start += block.count;
   }
 }
