@@ -208,7 +208,7 @@ inline PairBits Add(BitCounts& counts, const PairBits* bits) {
     return *bits;
   } else {
     const PairBits a = Add<digits - 1>(counts, bits);
-    const PairBits b = Add<digits - 1>(counts, bits + (1 << (digits - 1)));
+    const PairBits b = Add<digits - 1>(counts, bits + (1 << digits) / 2);
     return AddToDigit(counts.digit[digits - 1], a, b);
   }
 }
