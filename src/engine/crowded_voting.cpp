@@ -204,13 +204,13 @@ inline PairBits AddToDigit(PairBits& digit, const PairBits& a, const PairBits& b
 // Adds 2 to the power of `digits` sets of bits; answers what is carried.
 template <int digits>
 inline PairBits Add(BitCounts& counts, const PairBits* bits) {
-  if constexpr (digits == 0) {
-    return *bits;
-  } else {
-    const PairBits a = Add<digits - 1>(counts, bits);
-    const PairBits b = Add<digits - 1>(counts, bits + (1 << digits) / 2);
-    return AddToDigit(counts.digit[digits - 1], a, b);
-  }
+  const PairBits a = Add<digits - 1>(counts, bits);
+  const PairBits b = Add<digits - 1>(counts, bits + (1 << digits) / 2);
+  return AddToDigit(counts.digit[digits - 1], a, b);
+}
+template <>
+inline PairBits Add<0>(BitCounts& /*counts*/, const PairBits* bits) {
+  return *bits;
 }
 
 // Eight numbers of a byte each, of which x holds a byte of all first digits, of all second
