@@ -91,8 +91,9 @@ void ExpectCandidates(const CandidateList& list, int position, int step) {
   constexpr int together = 4;
   if (position / step % together != 0) return;
   for (int k = together; k < 2 * together; k++) {
-    if (position + k * step >= list.count) return;
-    ExpectBytes(list.entries[static_cast<size_t>(position + k * step)]);
+    const int later = position + k * step;
+    if (later >= list.count) return;
+    ExpectBytes(list.entries[static_cast<size_t>(later)]);
   }
 }
 
