@@ -62,11 +62,13 @@ int LayOn(const Kernels& kernels, const TemplateGeometry& geometry, const Area& 
   kernels.moveOnto(geometry, area, motion, shift, on, moved);
   on.Remove(except1);
   on.Remove(except2);
-  int count = 0;
-  for (int word = 0; word < WordsFor(geometry.count); word++) {
-    count += platform::CountBits(on.words[word]);
-  }
-  return count;
+  return CountBits(on, geometry.count);
+}
+
+// Whether a correspondence is turned like the alignment. Where turns wrap, no other was listed.
+bool TurnedAlike(const EngineContext& context, Correspondence c, int theta) {
+  return context.kernels != &scalarKernels ||
+         AnglesAgree(RotationOf(context, c), theta, EngineParams::seedAngleTolerance);
 }
 
 int SquaredDistance(Position a, Position b) {
@@ -76,7 +78,8 @@ int SquaredDistance(Position a, Position b) {
 }
 
 // Pairs each projected probe minutia with the nearest mate that is still free
-// and fits, the later of two at the same distance; lower probe indices first.
+// and fits, the later of two at the same distance; lower probe indices first. Of a crowd
+// in one place only the last is looked at twice.
 void PairGreedily(const EngineContext& context, FitMemory& memory, Attempt& attempt) {
   const int words = WordsFor(context.referenceGeometry.count);
   for (int word = 0; memory.blank && word < words; word++) {
@@ -90,15 +93,20 @@ void PairGreedily(const EngineContext& context, FitMemory& memory, Attempt& atte
   for (int k = 0; k < context.near.count; k++) {
     const int m = context.near.probe[k];
     int best = -1;
-    int bestDistance = EngineParams::pairingRadius2;
-    for (int word = 0; word < words; word++) {
+    int bestDistance = EngineParams::pairingRadius2 + 1;
+    for (int word = words - 1; word >= 0; word--) {
       uint64_t left =
           context.near.references[k].words[word] & unpaired.words[word] & ~memory.unfit[word][m];
-      for (; left != 0; left &= left - 1) {
-        const int n = word * 64 + platform::LowestBit(left);
+      while (left != 0) {
+        const int bit = platform::HighestBit(left);
+        left ^= uint64_t{1} << bit;
+        const int n = word * 64 + bit;
         const int distance =
             SquaredDistance(attempt.moved[m], context.referenceGeometry.position[n]);
-        if (distance > bestDistance || !FitsBesideSeed(context, memory, {m, n})) continue;
+        if (distance >= bestDistance || !TurnedAlike(context, {m, n}, attempt.theta) ||
+            !FitsBesideSeed(context, memory, {m, n})) {
+          continue;
+        }
         best = n;
         bestDistance = distance;
       }
@@ -160,7 +168,8 @@ int PairMinutiae(EngineContext& context, FitMemory& memory, Attempt& attempt, in
                  const Bar& bar) {
   const TemplateGeometry& probe = context.probeGeometry;
   const TemplateGeometry& reference = context.referenceGeometry;
-  const Kernels& kernels = *context.kernels;
+  // Also where angles do not wrap: positions are positions.
+  const Kernels& kernels = ActiveKernels();
   const int onReference =
       LayOn(kernels, probe, reference.area, Forward(attempt.theta), attempt.shift,
             attempt.first.probe, attempt.second.probe, attempt.onReference, attempt.moved);

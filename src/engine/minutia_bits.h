@@ -20,6 +20,13 @@ struct MinutiaBits {
 };
 constexpr int WordsFor(int count) { return (count + 63) / 64; }
 
+// How many of the first `count` are in the set.
+inline int CountBits(const MinutiaBits& bits, int count) {
+  int set = 0;
+  for (int word = 0; word < WordsFor(count); word++) set += platform::CountBits(bits.words[word]);
+  return set;
+}
+
 // Gives `take` those of the first `count` that are in the set, in order.
 template <typename Take>
 void ForEachBit(const MinutiaBits& bits, int count, Take take) {

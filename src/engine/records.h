@@ -134,7 +134,7 @@ struct SeedPlaces {
 };
 
 // Probe minutiae, ascending, under an alignment, and which reference minutiae each
-// of them could pair with: those within reach and turned alike.
+// of them could pair with: those within reach and, if all angles are plain, turned alike.
 struct NearList {
   int count;
   uint8_t probe[maxRow];

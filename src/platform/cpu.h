@@ -42,6 +42,20 @@ inline int LowestBit(uint64_t bits) {
 #endif
 }
 
+// The place of the highest bit that is set; there must be one.
+inline int HighestBit(uint64_t bits) {
+#if defined(_MSC_VER) && !defined(__clang__)
+  unsigned long place = 0;
+  if (_BitScanReverse(&place, static_cast<uint32_t>(bits >> 32)) != 0) {
+    return static_cast<int>(place) + 32;
+  }
+  _BitScanReverse(&place, static_cast<uint32_t>(bits));
+  return static_cast<int>(place);
+#else
+  return 63 - __builtin_clzll(bits);
+#endif
+}
+
 // Asks for the cache line of an address that will be read soon, if the compiler can.
 inline void Prefetch(const void* address) {
 #if defined(__GNUC__) || defined(__clang__)

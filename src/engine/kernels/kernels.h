@@ -2,8 +2,8 @@
 //
 // The scalar form is the definition: it works in whole degrees, with the tests
 // as the score defines them, and takes any template. The vector forms give the
-// same results for all templates with plain angles (0..360); the others are
-// always left to the scalar form.
+// same results for all templates with plain angles (0..360); what looks at the angles of
+// others is always left to the scalar form.
 #pragma once
 
 #include "engine/numeric.h"
@@ -60,7 +60,8 @@ struct Kernels {
 
   // Lists the reference minutiae within reach of those moved probe minutiae that
   // are `among` the given and inside the pairing box, and that a rotation by theta
-  // turns alike. May stop when it is clear that fewer than `needed` will be listed.
+  // turns alike; or however turned, in a vector form where angles are not plain. May stop when it
+  // is clear that fewer than `needed` will be listed.
   void (*listNear)(EngineContext& context, const Position* moved, const MinutiaBits& among,
                    int theta, int needed);
 

@@ -175,8 +175,9 @@ inline hn::Mask<Ints> OnMap(const BlockMap& map, hn::Vec<WordsOf<Ints>> position
 }
 
 // Lists the minutiae that are `inside`, of which there are `left`. The reference has up
-// to `most` minutiae: if they are few, registers hold it.
-template <int most>
+// to `most` minutiae: if they are few, registers hold it. Unless angles are `plain`, turns
+// are not asked.
+template <int most, bool plain = true>
 void ListInside(EngineContext& context, const Position* moved, const MinutiaBits& inside, int left,
                 int leastTurn, int needed) {
   constexpr int lanes = lanesOf<Ints>;
@@ -190,7 +191,7 @@ void ListInside(EngineContext& context, const Position* moved, const MinutiaBits
     turns[n / lanes] = LoadHighTurns(reference.turn + n);
   }
   const auto radius2 = hn::Set(ints, EngineParams::pairingRadius2 + 1);
-  NearList& near = context.near;
+  NearList& list = context.near;
   int listed = 0;
   for (int word = 0; word < WordsFor(context.probeGeometry.count); word++) {
     for (uint64_t bits = inside.words[word]; bits != 0; bits &= bits - 1) {
@@ -204,19 +205,19 @@ void ListInside(EngineContext& context, const Position* moved, const MinutiaBits
         uint64_t found = 0;
         for (int n = first; n < std::min(first + 64, count); n += lanes) {
           const auto apart = hn::Sub(position, positions[n / lanes]);
-          const auto close = hn::Gt(radius2, SquaredLength(ints, apart));
-          const auto alike = TurnsWithin(turns[n / lanes], least);
-          found |= BitsOf(ints, hn::And(close, alike)) << (n - first);
+          auto near = hn::Gt(radius2, SquaredLength(ints, apart));
+          if (plain) near = hn::And(near, TurnsWithin(turns[n / lanes], least));
+          found |= BitsOf(ints, near) << (n - first);
         }
         found &= FirstBits(reference.count - first);
-        near.references[listed].words[first / 64] = found;
+        list.references[listed].words[first / 64] = found;
         any |= found;
       }
-      near.probe[listed] = static_cast<uint8_t>(m);
+      list.probe[listed] = static_cast<uint8_t>(m);
       listed += any != 0 ? 1 : 0;
     }
   }
-  near.count = listed;
+  list.count = listed;
 }
 
 void ListNear(EngineContext& context, const Position* moved, const MinutiaBits& among, int theta,
@@ -231,16 +232,14 @@ void ListNear(EngineContext& context, const Position* moved, const MinutiaBits& 
         BitsOf(ints, hn::And(box.Holds(positions), OnMap(context.referenceBlocks, positions)));
     inside.words[m / 64] |= bits << (m % 64) & among.words[m / 64];
   }
-  int count = 0;
-  for (int word = 0; word < WordsFor(probe.count); word++) {
-    count += platform::CountBits(inside.words[word]);
-  }
+  const int count = CountBits(inside, probe.count);
   context.near.count = 0;
   if (count < needed) return;
   const int referenceCount = context.referenceGeometry.count;
-  const auto list = referenceCount <= 32   ? ListInside<32>
-                    : referenceCount <= 64 ? ListInside<64>
-                                           : ListInside<maxRow>;
+  const auto list = !HasPlainAngles(context) ? ListInside<maxRow, false>
+                    : referenceCount <= 32   ? ListInside<32>
+                    : referenceCount <= 64   ? ListInside<64>
+                                             : ListInside<maxRow>;
   list(context, moved, inside, count,
        ScaledTurn(theta) - ScaledReach(EngineParams::seedAngleTolerance), needed);
 }

@@ -8,15 +8,6 @@
 // 64 pairs are listed when any is left, and the list is then gone through in
 // rounds that take one pair of each word, for most hold no more.
 
-// Keeps where a seed lies.
-inline void PlaceSeed(EngineContext& context, int place, int probe, int mate) {
-  SeedPlaces& seeds = context.seedPlaces;
-  seeds.probe[place] = context.probeGeometry.position[probe];
-  seeds.mate[place] = context.referenceGeometry.position[mate];
-  seeds.turn[place] = static_cast<uint16_t>(context.referenceGeometry.turn[mate] -
-                                            context.probeGeometry.turn[probe]);
-}
-
 // Reference pairs with the probe pairs that may agree with them: those from `start` on
 // of which the bit is set.
 struct AgreeingList {
@@ -276,7 +267,10 @@ inline hn::Vec<Ints> CountSmaller(const int32_t* keys, int count, hn::Vec<Ints> 
 
 // A seed's place is the number of seeds before it; one number holds votes and index.
 void RankSeeds(EngineContext& context) {
-  const int probeCount = context.probeGeometry.count;
+  const TemplateGeometry& probe = context.probeGeometry;
+  const TemplateGeometry& reference = context.referenceGeometry;
+  SeedPlaces& seeds = context.seedPlaces;
+  const int probeCount = probe.count;
   const Ints ints;
   const hn::Repartition<uint16_t, Ints> words;
   alignas(64) uint16_t votes[maxRow];
@@ -284,7 +278,7 @@ void RankSeeds(EngineContext& context) {
   for (int m = 0; m < probeCount; m += lanesOf<decltype(words)>) {
     auto most = hn::LoadU(words, context.votes + m);
     auto mate = hn::Zero(words);
-    for (int n = 1; n < context.referenceGeometry.count; n++) {
+    for (int n = 1; n < reference.count; n++) {
       const auto larger = hn::Max(most, hn::LoadU(words, context.votes + n * probeCount + m));
       const auto same = hn::Eq(most, larger);
       mate = hn::IfThenElse(same, mate, hn::Set(words, static_cast<uint16_t>(n)));
@@ -301,7 +295,10 @@ void RankSeeds(EngineContext& context) {
   }
   for (int m = 0; m < probeCount; m++) {
     const int place = places[m];
-    context.seeds[place] = {static_cast<uint8_t>(m), static_cast<uint8_t>(mates[m]), votes[m]};
-    PlaceSeed(context, place, m, mates[m]);
+    const int mate = mates[m];
+    context.seeds[place] = {static_cast<uint8_t>(m), static_cast<uint8_t>(mate), votes[m]};
+    seeds.probe[place] = probe.position[m];
+    seeds.mate[place] = reference.position[mate];
+    seeds.turn[place] = static_cast<uint16_t>(reference.turn[mate] - probe.turn[m]);
   }
 }
